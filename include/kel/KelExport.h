@@ -1,0 +1,25 @@
+// KelExport.h - the one macro that marks the library's public interface.
+//
+// Every exported class and free function is declared with KEL_API. The
+// library is built with hidden symbol visibility, so anything without the
+// macro stays private to the shared library.
+//
+//   class KEL_API KelString { ... };
+//   KEL_API int kelstrcpy(char* dst, unsigned __int64 size, const char* src);
+
+#ifndef KEL_KELEXPORT_H
+#define KEL_KELEXPORT_H
+
+#if defined(KEL_STATIC)
+#define KEL_API
+#elif defined(_WIN32) || defined(__CYGWIN__)
+#if defined(KEL_BUILDING_LIBRARY)
+#define KEL_API __declspec(dllexport)
+#else
+#define KEL_API __declspec(dllimport)
+#endif
+#else
+#define KEL_API __attribute__((visibility("default")))
+#endif
+
+#endif  // KEL_KELEXPORT_H
