@@ -1,0 +1,24 @@
+#include <gtest/gtest.h>
+
+#include "platform/path.h"
+
+using namespace kel::detail;
+
+TEST(Path, BothSeparatorsBecomeTheNativeOne) {
+    const std::wstring native = toNativeSeparators(L"C:\\data/Configuration\\x.xml");
+    const wchar_t s = kNativeSeparator;
+    EXPECT_EQ(native, std::wstring(L"C:") + s + L"data" + s + L"Configuration" + s + L"x.xml");
+}
+
+TEST(Path, SeparatorTest) {
+    EXPECT_TRUE(isPathSeparator(L'\\'));
+    EXPECT_TRUE(isPathSeparator(L'/'));
+    EXPECT_FALSE(isPathSeparator(L':'));
+}
+
+#if !defined(_WIN32)
+TEST(Path, PosixPathsAreUtf8WithSlashes) {
+    EXPECT_EQ(toNativePath(L"\\tmp\\d\u00E9j\u00E0\\a.txt"), "/tmp/d\xC3\xA9j\xC3\xA0/a.txt");
+    EXPECT_EQ(fromNativePath("/tmp/\xC3\xA9"), L"/tmp/\u00E9");
+}
+#endif

@@ -1,0 +1,32 @@
+// Per-test isolation for the library's tests.
+//
+// Before each test the support code creates a fresh temporary directory and
+// points HOME, the XDG_* directories, KEL_REGISTRY_DIR and the Windows
+// profile variables into it; after the test it removes the directory.
+//
+//   TEST(Files, WritesIntoTheTestDirectory) {
+//       const std::string file = kel::test::tempDir() + "/a.txt";
+//   }
+
+#ifndef KEL_TESTS_SUPPORT_ISOLATION_H
+#define KEL_TESTS_SUPPORT_ISOLATION_H
+
+#include <string>
+
+namespace kel::test {
+
+// The current test's own directory (native separators, no trailing one).
+const std::string& tempDir();
+
+// The same as wide text.
+std::wstring tempDirW();
+
+// Sets or removes (value == nullptr) an environment variable.
+void setEnv(const char* name, const char* value);
+
+// The path of the running test program.
+std::string selfPath();
+
+}  // namespace kel::test
+
+#endif  // KEL_TESTS_SUPPORT_ISOLATION_H
