@@ -1,0 +1,19 @@
+// KelGlobalStorage.h - a slot the application's modules share.
+//
+//   KelGlobalStorage::g_pQuillSupportPaths = &supportPaths;  // set by the host
+
+#ifndef KEL_KELGLOBALSTORAGE_H
+#define KEL_KELGLOBALSTORAGE_H
+
+#include <kel/KelExport.h>
+
+class KelString;
+
+class KEL_API KelGlobalStorage {
+public:
+    // The host platform's support-file search paths. Null when the library
+    // is loaded; the library itself never sets or reads it.
+    static KelString* g_pQuillSupportPaths;
+};
+
+#endif  // KEL_KELGLOBALSTORAGE_H

@@ -1,0 +1,328 @@
+// KelString.h - the library's reference-counted wide string.
+//
+// A KelString holds wide text in an immutable representation that its
+// copies share: copying, passing by value and assigning cost one pointer
+// and one count change, never a copy of the characters. Every change builds
+// a new representation. Narrow text is converted with the process's narrow
+// code page, characters it cannot represent becoming "?".
+//
+//   KelString name(L"Beam");
+//   KelString copy = name;                  // shares name's characters
+//   copy.format(L"%s %d", name.getStringW(), 42);
+//   const char* narrow = copy.getStringA(); // "Beam 42"
+//
+// Values and their copies belong to one thread at a time: reference counts
+// are not atomic. Most editing operations work in one of six per-thread
+// scratch buffers of 524,288 characters, which bounds the text they accept.
+
+#ifndef KEL_KELSTRING_H
+#define KEL_KELSTRING_H
+
+#include <kel/KelArray.h>
+#include <kel/KelExport.h>
+#include <kel/KelPlatformTypes.h>
+
+#include <stdarg.h>
+#include <time.h>
+
+namespace kel::detail {
+struct StringAccess;
+union EmptyRepStorage;
+}  // namespace kel::detail
+
+class KelString;
+
+// KelString never holds pointers into itself, so arrays of it move their
+// elements by bytes.
+template <>
+struct KelArrayIsRelocatable<KelString> : std::true_type {};
+
+// The shared, immutable character storage of KelString values.
+class KEL_API KelStringRepr {
+    friend class KelString;
+    friend union kel::detail::EmptyRepStorage;
+    friend struct kel::detail::StringAccess;
+
+    // Takes ownership of `data` (length + 1 characters, zero-terminated).
+    // The count starts at 1.
+    constexpr explicit KelStringRepr(wchar_t* data) : m_data(data), m_refCount(1) {}
+
+    // Overwrites the characters with zeros, then frees them.
+    virtual ~KelStringRepr();
+
+    KelStringRepr(const KelStringRepr&) = delete;
+    KelStringRepr& operator=(const KelStringRepr&) = delete;
+
+    wchar_t* m_data;
+    int m_refCount;
+};
+
+class KEL_API KelString {
+public:
+    // The size of each per-thread scratch buffer, in characters (wide) or
+    // bytes (narrow), terminator included.
+    static constexpr int kTempBufferSize = 524288;
+
+    // ----- construction -------------------------------------------------
+
+    // The empty text.
+    KelString();
+    // A copy of the text; null or "" gives the empty text.
+    KelString(const wchar_t* text);
+    // The same for UTF-16 text typed as 16-bit units.
+    KelString(const unsigned short* text);
+    // Narrow text in the narrow code page; null or "" gives the empty text.
+    // Text that converts to more than 524,287 characters gives the empty
+    // text with last error 122.
+    KelString(const char* text);
+    // Shares the other's characters; the narrow cache is not copied.
+    KelString(const KelString& other);
+    // Wipes and frees the narrow cache; releases the characters.
+    ~KelString();
+
+    // ----- assignment ----------------------------------------------------
+
+    KelString& operator=(const KelString& other);
+    // `text` must not point into this value's own characters while this
+    // value is their only owner: they are released before the copy is made.
+    KelString& operator=(const wchar_t* text);
+    KelString& operator=(const unsigned short* text);
+    KelString& operator=(const char* text);
+
+    // ----- access --------------------------------------------------------
+
+    // The characters themselves, shared by all copies; valid until this
+    // value changes or dies. Never null.
+    const wchar_t* getStringW() const;
+    // The text in the narrow code page, "?" for each character the code
+    // page lacks. Built on first call and kept until this value changes.
+    const char* getStringA() const;
+    // Character i; no bounds check.
+    const wchar_t& operator[](int i) const;
+    // The number of characters, counted on each call.
+    int length() const;
+    // 1 for the empty text, else 0.
+    int isEmpty() const;
+    // Makes the text empty.
+    KelString& empty();
+
+    // Ordinal comparison of the characters as unsigned values: no locale,
+    // no case folding; a proper prefix sorts first ("B" < "a").
+    bool operator==(const KelString& other) const;
+    bool operator!=(const KelString& other) const;
+    bool operator<(const KelString& other) const;
+    bool operator>(const KelString& other) const;
+
+    // ----- concatenation and shifting ------------------------------------
+
+    KelString operator+(const KelString& other) const;
+    const KelString& operator+=(const KelString& other);
+    // A copy with the first n characters dropped (see operator>>=).
+    KelString operator>>(int n) const;
+    // Drops the first n characters; n < 1 changes nothing. n must not
+    // exceed the length.
+    KelString& operator>>=(int n);
+
+    // Writes one character at position i (no bounds check); writing 0 cuts
+    // the text there.
+    KelString& setAt(int i, const wchar_t& c);
+    KelString& setAt(int i, const char& c);
+    KelString& setAt(int i, const unsigned short& c);
+
+    // ----- case and content ----------------------------------------------
+
+    // In the C library's current locale.
+    KelString& toUpper();
+    KelString& toLower();
+    // True when every character is alphanumeric / alphabetic; true for the
+    // empty text.
+    bool IsAlphaNumeric() const;
+    bool IsAlphabetic() const;
+    // True when every character is a digit; false for the empty text (the
+    // asymmetry with the two tests above is deliberate).
+    bool IsNumeric() const;
+    // The characters in reverse order.
+    KelString strRev() const;
+
+    // ----- searching -----------------------------------------------------
+
+    // The first position of `what` at or after `start`, else -1; -1 also
+    // for start < 0 or start >= length. An empty `what` yields start.
+    int find(const KelString& what, int start = 0) const;
+    // The last index of the byte c in the narrow text, scanning from index
+    // (wide length - 1) down; -1 when absent.
+    int find_last_of(char c) const;
+    // The last index of the character c, else -1.
+    int find_last_of(unsigned short c) const;
+
+    // ----- replacing and removing ----------------------------------------
+
+    // Replaces every occurrence of one character; returns the count. The
+    // value always gets a fresh representation.
+    int replace(wchar_t from, wchar_t to);
+    int replace(char from, char to);
+    int replace(unsigned short from, unsigned short to);
+    // Replaces every non-overlapping occurrence, left to right; returns the
+    // count. An empty `from` changes nothing and returns 0.
+    int replace(const KelString& from, const KelString& to);
+    // Replaces `count` characters at `pos` by `with`; count <= 0 changes
+    // nothing.
+    KelString& replace(int pos, int count, const KelString& with);
+
+    // Removes every occurrence of c (0 removes nothing).
+    void removeAll(const wchar_t& c);
+    void removeAll(const char& c);
+    void removeAll(const unsigned short& c);
+
+    // ----- cutting -------------------------------------------------------
+
+    // The first / last n characters; n < 0 gives the empty text, n beyond
+    // the length the whole text.
+    KelString left(int n) const;
+    KelString right(int n) const;
+    // min(length - start, count) characters from start; start must lie
+    // within 0..length.
+    KelString mid(int start, int count) const;
+    KelString mid(int start) const;
+    // Sets this value to `count` characters of `src` from `start` (empty
+    // when start < 0, count <= 0 or start >= src's length) and returns a
+    // copy of it.
+    KelString copy(const KelString& src, int start, int count);
+    KelString copy(const KelString& src, int start);
+
+    // ----- trimming ------------------------------------------------------
+
+    // Removes leading / trailing tab, line feed and space. Carriage return
+    // is deliberately not in the default set.
+    void TrimLeft();
+    void TrimLeft(const KelString& set);
+    void TrimRight();
+    void TrimRight(const KelString& set);
+
+    // ----- paths ---------------------------------------------------------
+
+    // Splits into drive ("X:"), directory (with its trailing separator),
+    // file name and extension (with its dot); both separators count.
+    void SplitPath(KelString& drive, KelString& dir, KelString& fname, KelString& ext) const;
+    // Joins the four parts into this value.
+    void MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
+                  const KelString& ext);
+
+    // ----- numbers -------------------------------------------------------
+
+    // The leading number of the text, as the runtime's _wtoi, _wtoi64,
+    // _wtol and _wtof read it.
+    int toInteger() const;
+    __int64 toIntPtr() const;
+    long toLong() const;
+    double toDouble() const;
+
+    // The value in the given radix (2 to 36).
+    static KelString integerToString(int value, int radix = 10);
+    static KelString longToString(long value, int radix = 10);
+    // The value with `digits` significant digits, as _gcvt writes it.
+    static KelString doubleToString(double value, int digits);
+
+    // ----- formatting and clock text -------------------------------------
+
+    // printf-style formatting with the Windows runtime's conventions: in a
+    // wide format %s takes wide text and %S narrow; in a narrow format the
+    // reverse. I64/I32/I size prefixes are accepted. A result of 524,288
+    // characters or more, or a bad format, leaves the value unchanged after
+    // the invalid-parameter handler has been called.
+    KelString& format(const char* fmt, ...);
+    KelString& format(const wchar_t* fmt, ...);
+    // For 16-bit clients: the format and its wide arguments are 16-bit units.
+    KelString& format(const unsigned short* fmt, ...);
+    KelString& vformat(const char* fmt, va_list args);
+    KelString& vformat(const wchar_t* fmt, va_list args);
+    KelString& vformat(const unsigned short* fmt, va_list args);
+
+    // strftime into maxSize characters; an empty result (or one that does
+    // not fit) gives the empty text.
+    KelString& formatTime(unsigned __int64 maxSize, const char* fmt, const struct tm* t);
+
+    // The local time as "hh:mm:ss" and the local date as "mm/dd/yy".
+    static KelString time();
+    static KelString date();
+
+    // ----- comparison ----------------------------------------------------
+
+    // Ordinal: -1, 0 or 1.
+    static int compare(const KelString& a, const KelString& b);
+    // Over at most n characters; only the sign is significant.
+    static int compare(const KelString& a, const KelString& b, int n);
+    // Ignoring case.
+    static int compareNoCase(const KelString& a, const KelString& b);
+    static int compareNoCase(const KelString& a, const KelString& b, int n);
+    // Natural order: runs of digits compare as numbers ("file2" before
+    // "file10"), and texts that both begin with "-" in reverse order.
+    static int compareWithNumbers(const KelString& a, const KelString& b);
+    // Sort and search callbacks over pointers to KelString values; a null
+    // pointer compares as equal to anything (0).
+    static int strCompare(const void* a, const void* b);
+    static int strCompareNoCase(const void* a, const void* b);
+
+    // ----- other setters -------------------------------------------------
+
+    // This value becomes `s` (null or empty gives the empty text); returns
+    // a copy of it.
+    KelString setFromUnsignedShortString(const unsigned short* s);
+    // Decodes the "\M+" multibyte escape notation; returns a copy of the
+    // result.
+    KelString setFromMIFString(const char* s);
+
+    // ----- tokens --------------------------------------------------------
+
+    // Splits `text` at any of the delimiter characters; runs of delimiters
+    // give no empty tokens.
+    static void getTokens(KelString& text,
+                          KelArray<KelString, KelArrayObjectCopyReallocator<KelString>,
+                                   KelArrayMemoryController<KelString>>& tokens,
+                          const KelString& delimiters);
+    // The same, keeping quoted sections (quotes included) together.
+    static void getTokens(KelString& text,
+                          KelArray<KelString, KelArrayObjectCopyReallocator<KelString>,
+                                   KelArrayMemoryController<KelString>>& tokens,
+                          const KelString& delimiters, KelString quotes);
+
+private:
+    friend struct kel::detail::StringAccess;
+
+    using CharArray = KelArray<wchar_t, KelArrayObjectCopyReallocator<wchar_t>,
+                               KelArrayMemoryController<wchar_t>>;
+
+    // The characters first..last (inclusive) of a non-empty array; empty
+    // when the range lies outside it.
+    KelString(const CharArray& chars, int first, int last);
+
+    // Drops this value's share of its representation.
+    void ReleaseRep();
+    // Wipes and frees the narrow cache.
+    void ReleaseCharCache();
+    // Makes this value hold a fresh copy of `length` characters of `text`.
+    void assignCopy(const wchar_t* text, int length);
+    // Makes this value hold `rep` (whose count the caller already took).
+    void adopt(KelStringRepr* rep);
+
+    static void StringToArr(const KelString& text, CharArray& chars);
+
+    // ----- per-thread scratch buffers ------------------------------------
+    static void init();
+    static bool findThreadId(unsigned long id, long& slot);
+    static char* getTempBuffer();
+    static wchar_t* getTempBufferWide();
+    static void resetTempBuffer();
+    static void resetTempBufferWide();
+
+    // The one representation of the empty text: created when the library
+    // is loaded, never counted on release, never freed.
+    static KelStringRepr* m_repEmpty;
+    // Whether the scratch buffers exist yet.
+    static bool m_bIsInitialized;
+
+    KelStringRepr* m_rep;
+    mutable char* m_charCache;
+};
+
+#endif  // KEL_KELSTRING_H

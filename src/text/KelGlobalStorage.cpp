@@ -1,0 +1,3 @@
+#include <kel/KelGlobalStorage.h>
+
+KelString* KelGlobalStorage::g_pQuillSupportPaths = nullptr;
