@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Builds and runs the whole test suite: the default build, the sanitizer
+# build (AddressSanitizer + UndefinedBehaviorSanitizer), then a check of
+# the installed package. Stops at the first failure with a nonzero exit.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/deps.sh build test
+
+jobs=$(nproc)
+run_preset() {
+    local preset=$1 start=$SECONDS
+    echo "=== $preset: configure and build"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$jobs" >/dev/null
+    echo "=== $preset: tests"
+    ctest --preset "$preset" -j "$jobs"
+    echo "=== $preset: passed in $((SECONDS - start)) s"
+}
+
+run_preset default
+run_preset asan
+bash scripts/check-package.sh build/default
+echo "=== all tests passed"
