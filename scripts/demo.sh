@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh build test
+bash scripts/deps.sh
 cmake --preset default >/dev/null
 cmake --build --preset default --target kel_tool -j "$(nproc)" >/dev/null
 

@@ -1,20 +1,17 @@
 #!/usr/bin/env bash
-# Installs, with apt-get, the Debian packages a task needs and the machine
-# lacks. Usage: scripts/deps.sh <group>...   (groups: build test)
+# Installs, with apt-get, the Debian packages the build and the tests need
+# and the machine lacks. The packages are listed in scripts/packages/*.txt,
+# one per line ('#' starts a comment); each part of the library keeps its
+# own list there.
 set -euo pipefail
-
-declare -A groups
-groups[build]="g++ make cmake pkgconf"
-groups[test]="googletest libgtest-dev libbenchmark-dev clang libclang-rt-dev"
+cd "$(dirname "$0")"
 
 wanted=()
-for group in "$@"; do
-    if [[ -z "${groups[$group]+set}" ]]; then
-        echo "deps.sh: unknown group '$group'" >&2
-        exit 2
-    fi
-    # shellcheck disable=SC2206
-    wanted+=(${groups[$group]})
+for list in packages/*.txt; do
+    while read -r package _; do
+        [[ -z "$package" || "$package" == \#* ]] && continue
+        wanted+=("$package")
+    done <"$list"
 done
 
 missing=()

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh build test
+bash scripts/deps.sh
 
 jobs=$(nproc)
 run_preset() {
