@@ -16,6 +16,13 @@ if(KEL_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(KEL_BUILD_FUZZERS)
+    # Coverage for libFuzzer in every object; the fuzz targets add the
+    # fuzzer's main when they link.
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
 if(WIN32)
     # Keep <windows.h> from defining min/max macros inside the library's own sources.
     add_compile_definitions(NOMINMAX)

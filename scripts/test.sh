@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite: the default build, the sanitizer
 # build (AddressSanitizer + UndefinedBehaviorSanitizer), then a check of
-# the installed package. Stops at the first failure with a nonzero exit.
+# the installed package and a bounded run of every fuzz target. Stops at
+# the first failure with a nonzero exit.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,4 +22,5 @@ run_preset() {
 run_preset default
 run_preset asan
 bash scripts/check-package.sh build/default
+bash scripts/fuzz.sh 100000
 echo "=== all tests passed"

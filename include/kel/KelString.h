@@ -325,4 +325,22 @@ private:
     mutable char* m_charCache;
 };
 
+// Copying and destroying are the hot path of every value passed around, so
+// they are inline: one count change, no call into the library unless the
+// last share of the characters goes.
+
+inline KelString::KelString(const KelString& other) : m_rep(other.m_rep), m_charCache(nullptr) {
+    // The empty representation is shared by every thread and never
+    // released, so its count is not kept.
+    if (m_rep != m_repEmpty)
+        ++m_rep->m_refCount;
+}
+
+inline KelString::~KelString() {
+    if (m_rep != m_repEmpty && --m_rep->m_refCount < 1)
+        delete m_rep;
+    if (m_charCache != nullptr)
+        ReleaseCharCache();
+}
+
 #endif  // KEL_KELSTRING_H

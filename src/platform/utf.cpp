@@ -138,6 +138,12 @@ size_t wideToUtf8(const wchar_t* in, size_t length, char* out, size_t capacity,
             sink.put(*r);
     };
     for (size_t i = 0; i < length; ++i) {
+        // Runs of ASCII go straight through while they fit.
+        while (i < length && static_cast<uint32_t>(in[i]) < 0x80 && sink.count < capacity) {
+            out[sink.count++] = static_cast<char>(in[i++]);
+        }
+        if (i == length)
+            break;
         uint32_t cp = static_cast<uint32_t>(in[i]);
         if (cp < 0x80) {
             sink.put(static_cast<char>(cp));

@@ -234,13 +234,6 @@ KelString::KelString(const char* text) : m_rep(m_repEmpty), m_charCache(nullptr)
     assignCopy(buffer, converted - 1);
 }
 
-KelString::KelString(const KelString& other) : m_rep(other.m_rep), m_charCache(nullptr) {
-    // The empty representation is shared by every thread and never
-    // released, so its count is not kept.
-    if (m_rep != m_repEmpty)
-        ++m_rep->m_refCount;
-}
-
 KelString::KelString(const CharArray& chars, int first, int last)
     : m_rep(m_repEmpty), m_charCache(nullptr) {
     const int size = static_cast<int>(chars.length());
@@ -263,11 +256,6 @@ KelString::KelString(const CharArray& chars, int first, int last)
     }
     buffer[length] = L'\0';
     assignCopy(buffer, length);
-}
-
-KelString::~KelString() {
-    ReleaseRep();
-    ReleaseCharCache();
 }
 
 // ----- assignment -------------------------------------------------------------
@@ -347,7 +335,9 @@ KelString& KelString::empty() {
 // ----- comparison operators -------------------------------------------------------
 
 bool KelString::operator==(const KelString& other) const {
-    return m_rep == other.m_rep || ordinalCompare(getStringW(), other.getStringW()) == 0;
+    // Equality does not depend on how units are ordered, so the C library's
+    // vectorised comparison serves.
+    return m_rep == other.m_rep || std::wcscmp(getStringW(), other.getStringW()) == 0;
 }
 
 bool KelString::operator!=(const KelString& other) const {
