@@ -20,4 +20,9 @@
 #include <kel/KelString.h>
 #include <kel/KelStringClassArray.h>
 
+// Environment and configuration
+#include <kel/KelProductDefines.h>
+#include <kel/KelPromptsProxy.h>
+#include <kel/KelRegistry.h>
+
 #endif  // KEL_KEL_H

@@ -11,6 +11,10 @@ class KelString;
 
 class KEL_API KelGlobalStorage {
 public:
+    // Do nothing: the class has no instance data.
+    KelGlobalStorage();
+    KelGlobalStorage& operator=(const KelGlobalStorage& other);
+
     // The host platform's support-file search paths. Null when the library
     // is loaded; the library itself never sets or reads it.
     static KelString* g_pQuillSupportPaths;

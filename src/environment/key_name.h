@@ -1,0 +1,41 @@
+// Key and value names as the configuration store compares them.
+//
+// Names compare without case, in a way that does not depend on the process's
+// locale, so that every process sharing a hive file agrees: each character
+// is mapped to its upper-case form for Latin (including Latin-1 and Latin
+// Extended-A), Greek, Cyrillic, Armenian and the full-width Latin letters;
+// every other character compares as it is.
+//
+//   foldName(L"Software\\Norvane") == L"SOFTWARE\\NORVANE"
+
+#ifndef KEL_ENVIRONMENT_KEY_NAME_H
+#define KEL_ENVIRONMENT_KEY_NAME_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kel::detail {
+
+// The upper-case form of one character (itself when it has none).
+wchar_t foldCharacter(wchar_t c);
+
+// Every character folded.
+std::wstring foldName(std::wstring_view name);
+
+// Splits a key path at "\" into its key names. A doubled or trailing
+// separator adds no name; the empty path is the root and gives no names.
+// Returns 0, kErrorBadPathname (161) for a path that starts with a
+// separator, or kErrorInvalidParameter (87) for a name longer than 255
+// characters.
+unsigned long splitKeyPath(std::wstring_view path, std::vector<std::wstring>& names);
+
+// The 32-bit view of the machine hive, as 64-bit Windows keeps it:
+// "Software\X" becomes "Software\WOW6432Node\X" (and "Software" itself
+// "Software\WOW6432Node"); other paths, and paths already in the 32-bit
+// tree, are unchanged.
+void mapToWow32View(std::vector<std::wstring>& names);
+
+}  // namespace kel::detail
+
+#endif  // KEL_ENVIRONMENT_KEY_NAME_H
