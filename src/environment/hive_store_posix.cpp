@@ -12,13 +12,14 @@
 // the file that was opened (replaced, rewritten by something other than
 // SQLite, removed), the connection is dropped and a new one opened.
 //
-// Every change is one IMMEDIATE transaction in write-ahead-log mode with
-// full synchronisation, so concurrent processes wait for each other (busy
-// timeout) instead of failing, and a committed change survives a crash.
-// After each commit the log is copied back into the database file, so the
-// file alone always holds every committed value; the log files are kept
-// (not deleted when the last connection closes) so that processes that may
-// only read a hive can still open it.
+// Every change is one IMMEDIATE transaction in write-ahead-log mode, so
+// concurrent processes wait for each other (busy timeout) instead of
+// failing. After each commit the log is synchronised, copied back into the
+// database file, which is synchronised too, and emptied: a committed change
+// survives a crash, and at rest the database file alone holds every
+// committed value (it may be copied on its own) with no old log beside it. The
+// empty log files are kept rather than deleted, so that processes that may
+// only read a hive in a directory they cannot write can still open it.
 
 #include <sqlite3.h>
 
@@ -30,6 +31,7 @@
 #include <atomic>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -38,6 +40,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 
 #include "environment/hive_store.h"
 #include "environment/key_name.h"
@@ -51,8 +54,8 @@ constexpr int kApplicationId = 0x4B656C52;  // "KelR"
 constexpr int kSchemaVersion = 1;
 constexpr sqlite3_int64 kRootId = 1;
 // Long enough for any other writer to finish; a writer holds the lock for
-// one value or one imported file.
-constexpr int kBusyTimeoutMs = 30000;
+// one value or one key.
+constexpr auto kBusyTimeout = std::chrono::seconds(30);
 
 constexpr unsigned long kErrorDiskFull = 112;
 constexpr unsigned long kErrorBusy = 170;
@@ -521,17 +524,21 @@ private:
         unsigned long begin() {
             const unsigned long status = m_file.run(kBegin);
             m_open = status == kErrorSuccess;
+            m_changesBefore = sqlite3_total_changes64(m_file.m_db);
             return status;
         }
         unsigned long commit() {
             const unsigned long status = m_file.run(kCommit);
             m_open = status != kErrorSuccess && !sqlite3_get_autocommit(m_file.m_db);
+            if (status == kErrorSuccess && sqlite3_total_changes64(m_file.m_db) != m_changesBefore)
+                m_file.emptyLog();
             return status;
         }
 
     private:
         HiveFile& m_file;
         bool m_open = false;
+        sqlite3_int64 m_changesBefore = 0;
     };
 
     static std::wstring columnText(sqlite3_stmt* row, int column) {
@@ -548,8 +555,37 @@ private:
             return (rc & 0xFF) == SQLITE_CANTOPEN ? kErrorAccessDenied : statusOf(rc);
         }
         sqlite3_extended_result_codes(m_db, 1);
-        sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
+        sqlite3_busy_handler(m_db, waitWhileBusy, this);
         return kErrorSuccess;
+    }
+
+    // Waits for another connection to let go of the file: briefly at first,
+    // as a write holds it for about one disk synchronisation, then longer,
+    // for at most kBusyTimeout. Returns 0 to give up.
+    static int waitWhileBusy(void* context, int attempt) {
+        auto* file = static_cast<HiveFile*>(context);
+        const auto now = std::chrono::steady_clock::now();
+        if (attempt == 0)
+            file->m_busySince = now;
+        if (file->m_noWaiting || now - file->m_busySince > kBusyTimeout)
+            return 0;
+        std::this_thread::sleep_for(std::chrono::microseconds(attempt < 20    ? 100
+                                                              : attempt < 200 ? 500
+                                                                              : 2000));
+        return 1;
+    }
+
+    // Makes the commit just made durable: the log is synchronised, copied
+    // into the database file, which is synchronised, and emptied. When
+    // another connection is using the log right now, as much as can be is
+    // copied without waiting (the log is synchronised all the same) and a
+    // later commit empties it.
+    void emptyLog() {
+        m_noWaiting = true;
+        if (sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) !=
+            SQLITE_OK)
+            sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+        m_noWaiting = false;
     }
 
     void closeConnection() {
@@ -622,7 +658,9 @@ private:
             return status;
         }
         m_fresh = false;
-        return configureForWriting();
+        const unsigned long configured = configureForWriting();
+        emptyLog();
+        return configured;
     }
 
     unsigned long configureForWriting() {
@@ -631,9 +669,9 @@ private:
                 SQLITE_OK &&
             walMode == 0)
             exec("PRAGMA journal_mode=WAL");
-        exec("PRAGMA synchronous=FULL");
-        // Copy each commit back into the database file at once.
-        exec("PRAGMA wal_autocheckpoint=1");
+        // The log is synchronised by the copy that follows every commit
+        // (emptyLog), not a second time when committing.
+        exec("PRAGMA synchronous=NORMAL");
         int persist = 1;
         sqlite3_file_control(m_db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
         return kErrorSuccess;
@@ -697,6 +735,8 @@ private:
     // A file without a hive in it yet that may not be written: no keys.
     bool m_fresh = false;
     std::atomic<bool> m_abandoned{false};
+    std::chrono::steady_clock::time_point m_busySince;
+    bool m_noWaiting = false;
 };
 
 // ----- the open hive files of the process ----------------------------------------
