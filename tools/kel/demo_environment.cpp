@@ -1,0 +1,149 @@
+// Demonstration: the product identity and its key table, values in the
+// configuration store, and the language lookup.
+
+#include <kel/Kel.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "command.h"
+#include "environment/hive_store.h"
+
+namespace kel::tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void setVariable(const char* name, const std::string& value, bool set) {
+#if defined(_WIN32)
+    _putenv_s(name, set ? value.c_str() : "");
+#else
+    if (set)
+        ::setenv(name, value.c_str(), 1);
+    else
+        ::unsetenv(name);
+#endif
+}
+
+// KEL_REGISTRY_DIR pointing at a folder of its own for the demonstration's
+// lifetime; the folder, the product identity and the key table are put back
+// afterwards.
+class DemoHive {
+public:
+    DemoHive() {
+        const char* previous = std::getenv("KEL_REGISTRY_DIR");
+        m_hadPrevious = previous != nullptr;
+        if (m_hadPrevious)
+            m_previous = previous;
+        std::random_device random;
+        m_dir = fs::temp_directory_path() / ("kel-demo-" + std::to_string(random()));
+        fs::create_directories(m_dir);
+        setVariable("KEL_REGISTRY_DIR", m_dir.string(), true);
+    }
+    ~DemoHive() {
+        KelProductDefines::setGXProductName(L"Gantrix");
+        KelProductDefines::setGXRelease(L"2015.1");
+        KelRegistry::setRegistryPathes();
+        // Where the store is the system registry, the demonstration's keys go.
+        detail::deleteTree(detail::Hive::User, L"Software\\Norvane\\Ferrix", 0);
+        setVariable("KEL_REGISTRY_DIR", m_previous, m_hadPrevious);
+        std::error_code ignored;
+        fs::remove_all(m_dir, ignored);
+    }
+    DemoHive(const DemoHive&) = delete;
+    DemoHive& operator=(const DemoHive&) = delete;
+
+    std::string dir() const { return m_dir.string(); }
+
+private:
+    fs::path m_dir;
+    std::string m_previous;
+    bool m_hadPrevious = false;
+};
+
+std::wstring w(const KelString& text) {
+    return text.getStringW();
+}
+
+void showProduct() {
+    line(L"getGXProduct()                  -> \"" +
+         std::wstring(KelProductDefines::getGXProduct()) + L"\"");
+    line(L"getRegPathEnvironment()         -> \"" + w(KelRegistry::getRegPathEnvironment()) +
+         L"\"");
+
+    KelProductDefines::setGXProductName(L"Ferrix");
+    KelProductDefines::setGXRelease(L"2016");
+    line(L"setGXProductName(L\"Ferrix\"), setGXRelease(L\"2016\")");
+    line(L"getGXProduct()                  -> \"" +
+         std::wstring(KelProductDefines::getGXProduct()) + L"\"");
+    line(L"getGXCommercialRelease()        -> \"" +
+         std::wstring(KelProductDefines::getGXCommercialRelease()) + L"\" (never follows)");
+    line(L"getRegPathEnvironment()         -> \"" + w(KelRegistry::getRegPathEnvironment()) +
+         L"\" (not yet rebuilt)");
+    KelRegistry::setRegistryPathes();
+    line(L"setRegistryPathes()");
+    line(L"getRegPathEnvironment()         -> \"" + w(KelRegistry::getRegPathEnvironment()) +
+         L"\"");
+    line(L"getRegPathWizards()             -> \"" + w(KelRegistry::getRegPathWizards()) + L"\"");
+    line(L"getRegPathMT()                  -> \"" + w(KelRegistry::getRegPathMT()) +
+         L"\" (never rebuilt)");
+}
+
+void showValues(const std::string& dir) {
+    line("");
+    line("KEL_REGISTRY_DIR=" + dir + " (hives machine.db, user.db, classes.db)");
+    const KelString environment = KelRegistry::getRegPathEnvironment();
+    KelRegistry::setRegValueCurrentUser(environment, L"DataPath", KelString(L"C:\\Ferrix\\Data\\"));
+    KelRegistry::setData(L"Numbering", L"Prefix", KelString(L"B-"));
+    KelRegistry::setData(L"Numbering", L"Start", 100);
+    const long long limit = 1LL << 40;
+    KelRegistry::setRegValueCurrentUser(KelRegistry::getRegPathBom(), L"Limit", limit);
+    line("setRegValueCurrentUser(env, \"DataPath\", \"C:\\Ferrix\\Data\\\")");
+    line("setData(\"Numbering\", \"Prefix\", \"B-\"), setData(\"Numbering\", \"Start\", 100)");
+
+    KelString prefix;
+    int start = 0;
+    long long readLimit = 0;
+    KelRegistry::getData(L"Numbering", L"Prefix", prefix);
+    KelRegistry::getData(L"Numbering", L"Start", start);
+    KelRegistry::getRegValueCurrentUser(KelRegistry::getRegPathBom(), L"Limit", readLimit, 0);
+    line(L"getData(\"Numbering\", ...)       -> \"" + w(prefix) + L"\", " + std::to_wstring(start));
+    line(L"QWORD Bom\\Limit                 -> " + std::to_wstring(readLimit));
+    line(L"getPathData()                   -> \"" + w(KelRegistry::getPathData()) +
+         L"\" (one trailing \\ dropped)");
+    line(L"getPathSupport()                -> \"" + w(KelRegistry::getPathSupport()) + L"\"");
+    KelString missing(L"untouched");
+    const int found = KelRegistry::getData(L"Grid", L"Columns", missing);
+    line(L"getData(\"Grid\", \"Columns\")      -> " + std::to_wstring(found) + L", \"" +
+         w(missing) + L"\" (the key is created, the value is not)");
+}
+
+void showLanguage() {
+    line("");
+    const KelString environment = KelRegistry::getRegPathEnvironment();
+    line("no \"Language\" value             -> culture " +
+         std::to_string(KelRegistry::getCurrentCultureId()) + ", language " +
+         std::to_string(KelRegistry::getCurrentLanguage()));
+    for (int culture : {1031, 1036, 3084, 1049, 1033}) {
+        KelRegistry::setRegValueCurrentUser(environment, L"Language", culture);
+        line("\"Language\" = " + std::to_string(culture) + "              -> language " +
+             std::to_string(KelRegistry::getCurrentLanguage()));
+    }
+}
+
+void showEnvironment() {
+    DemoHive hive;
+    showProduct();
+    showValues(hive.dir());
+    showLanguage();
+}
+
+const DemoSection environment(40, "Environment: product, key table and configuration store",
+                              showEnvironment);
+
+}  // namespace
+
+}  // namespace kel::tool
