@@ -75,10 +75,10 @@ bool readRaw(const ReadTarget& target, std::wstring_view key, std::wstring_view 
 // the first zero unit or at the end of the buffer.
 bool readText(const ReadTarget& target, std::wstring_view key, std::wstring_view name,
               std::wstring& text) {
-    std::vector<unsigned char> buffer(kTextBufferBytes, 0);
-    if (!readRaw(target, key, name, buffer.data(), kTextBufferBytes))
+    unsigned char buffer[kTextBufferBytes] = {};
+    if (!readRaw(target, key, name, buffer, kTextBufferBytes))
         return false;
-    text = kel::detail::valueDataToText(buffer.data(), buffer.size());
+    text = kel::detail::valueDataToText(buffer, kTextBufferBytes);
     return true;
 }
 

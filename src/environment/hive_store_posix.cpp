@@ -23,6 +23,7 @@
 
 #include <sqlite3.h>
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -760,25 +761,32 @@ public:
         const std::string path = dir + "/" + hiveFileName(hive);
         std::lock_guard<std::mutex> lock(m_mutex);
         forgetAfterFork();
-        struct stat st;
-        const bool exists = ::stat(path.c_str(), &st) == 0;
         auto entry = m_entries.find(path);
-        if (entry != m_entries.end() && (!exists || entry->second.state != FileState::of(st) ||
-                                         (forWriting && !entry->second.file->writable()))) {
+        if (entry != m_entries.end() && !entry->second.watch.unchanged()) {
             m_entries.erase(entry);
             entry = m_entries.end();
         }
+        // A read through an open connection: nothing more to look at.
+        if (entry != m_entries.end() && !forWriting) {
+            file = entry->second.file;
+            return kErrorSuccess;
+        }
+        struct stat st;
+        const bool exists = ::stat(path.c_str(), &st) == 0;
         if (!exists && !forWriting)
             return kErrorFileNotFound;
         if (forWriting && !exists && !makeDirectories(dir, hive == Hive::User ? 0700 : 0755))
             return kErrorAccessDenied;
+        // Looked at for every write: the permissions may have changed.
         const bool writable = isWritable(path, dir, exists ? &st : nullptr);
         if (forWriting && !writable)
             return kErrorAccessDenied;
-        if (entry != m_entries.end()) {
+        if (entry != m_entries.end() && entry->second.file->writable()) {
             file = entry->second.file;
             return kErrorSuccess;
         }
+        if (entry != m_entries.end())
+            m_entries.erase(entry);
         return openFile(path, writable, file);
     }
 
@@ -786,16 +794,51 @@ public:
     void noteChanged(const HiveFile& file) {
         std::lock_guard<std::mutex> lock(m_mutex);
         auto entry = m_entries.find(file.path());
-        struct stat st;
-        if (entry != m_entries.end() && entry->second.file.get() == &file &&
-            ::stat(file.path().c_str(), &st) == 0)
-            entry->second.state = FileState::of(st);
+        if (entry != m_entries.end() && entry->second.file.get() == &file)
+            entry->second.watch.update();
     }
 
 private:
+    // An open descriptor of a hive file, to tell cheaply whether the file is
+    // still the one the connection was opened on: a file that has been
+    // removed or replaced (renamed over) has no links left, and one that
+    // has been rewritten by something other than this process has another
+    // size or time of change. A file moved away under another name is not
+    // noticed.
+    class FileWatch {
+    public:
+        explicit FileWatch(const std::string& path)
+            : m_fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+            update();
+        }
+        FileWatch(const FileWatch&) = delete;
+        FileWatch& operator=(const FileWatch&) = delete;
+        ~FileWatch() {
+            if (m_fd >= 0)
+                ::close(m_fd);
+        }
+        bool valid() const { return m_fd >= 0; }
+        bool unchanged() const {
+            struct stat st;
+            return m_fd >= 0 && ::fstat(m_fd, &st) == 0 && st.st_nlink > 0 &&
+                   FileState::of(st) == m_state;
+        }
+        void update() {
+            struct stat st;
+            if (m_fd >= 0 && ::fstat(m_fd, &st) == 0)
+                m_state = FileState::of(st);
+        }
+
+    private:
+        int m_fd;
+        FileState m_state;
+    };
+
     struct Entry {
+        Entry(std::shared_ptr<HiveFile> opened, const std::string& path)
+            : file(std::move(opened)), watch(path) {}
         std::shared_ptr<HiveFile> file;
-        FileState state;
+        FileWatch watch;
     };
 
     HiveFiles() {
@@ -814,10 +857,11 @@ private:
         const unsigned long status = opened->open(writable);
         if (status != kErrorSuccess)
             return status;
-        struct stat st;
-        if (::stat(path.c_str(), &st) != 0)
+        auto entry = m_entries.try_emplace(path, opened, path).first;
+        if (!entry->second.watch.valid()) {
+            m_entries.erase(entry);
             return kErrorFileNotFound;
-        m_entries[path] = Entry{opened, FileState::of(st)};
+        }
         file = opened;
         return kErrorSuccess;
     }
@@ -825,13 +869,8 @@ private:
     // Closes the connections to files that are gone, such as those of an
     // earlier KEL_REGISTRY_DIR that has been removed.
     void forgetVanished() {
-        for (auto entry = m_entries.begin(); entry != m_entries.end();) {
-            struct stat st;
-            const bool gone = ::stat(entry->first.c_str(), &st) != 0 ||
-                              st.st_ino != entry->second.state.inode ||
-                              st.st_dev != entry->second.state.device;
-            entry = gone ? m_entries.erase(entry) : std::next(entry);
-        }
+        for (auto entry = m_entries.begin(); entry != m_entries.end();)
+            entry = entry->second.watch.unchanged() ? std::next(entry) : m_entries.erase(entry);
     }
 
     // In a child process the connections inherited from the parent must not
@@ -853,22 +892,25 @@ private:
 
 // ----- paths ----------------------------------------------------------------------
 
-// The folded path of `path` in `hive`, with the 32-bit view applied.
+// The folded path of `path` in `hive` as it is stored, with the 32-bit view
+// applied.
 unsigned long resolvePath(Hive hive, std::wstring_view path, unsigned long access,
-                          std::vector<std::wstring>& names, std::string& folded) {
+                          std::string& folded) {
+    std::wstring text;
+    const unsigned long status =
+        foldKeyPath(path, hive == Hive::Machine && (access & kKeyWow64_32Key) != 0, text);
+    if (status == kErrorSuccess)
+        folded = wideToUtf8(text);
+    return status;
+}
+
+// The names of `path` as they are to be created.
+unsigned long resolveNames(Hive hive, std::wstring_view path, unsigned long access,
+                           std::vector<std::wstring>& names) {
     const unsigned long status = splitKeyPath(path, names);
-    if (status != kErrorSuccess)
-        return status;
-    if (hive == Hive::Machine && (access & kKeyWow64_32Key) != 0)
+    if (status == kErrorSuccess && hive == Hive::Machine && (access & kKeyWow64_32Key) != 0)
         mapToWow32View(names);
-    std::wstring joined;
-    for (const std::wstring& name : names) {
-        if (!joined.empty())
-            joined += L'\\';
-        joined += foldName(name);
-    }
-    folded = wideToUtf8(joined);
-    return kErrorSuccess;
+    return status;
 }
 
 bool needsWriting(unsigned long access) {
@@ -897,9 +939,8 @@ unsigned long newKey(std::shared_ptr<HiveFile> file, sqlite3_int64 id, unsigned 
 
 unsigned long openKey(Hive hive, std::wstring_view path, unsigned long access, HiveKey*& key) {
     key = nullptr;
-    std::vector<std::wstring> names;
     std::string folded;
-    unsigned long status = resolvePath(hive, path, access, names, folded);
+    unsigned long status = resolvePath(hive, path, access, folded);
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
@@ -929,8 +970,7 @@ unsigned long createKey(Hive hive, std::wstring_view path, unsigned long access,
             return status;
     }
     std::vector<std::wstring> names;
-    std::string folded;
-    unsigned long status = resolvePath(hive, path, access, names, folded);
+    unsigned long status = resolveNames(hive, path, access, names);
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
@@ -968,9 +1008,8 @@ unsigned long readValue(Hive hive, std::wstring_view path, unsigned long access,
                         std::wstring_view name, unsigned long* type, void* data,
                         unsigned long* size, bool& keyOpened) {
     keyOpened = false;
-    std::vector<std::wstring> names;
     std::string folded;
-    unsigned long status = resolvePath(hive, path, access, names, folded);
+    unsigned long status = resolvePath(hive, path, access, folded);
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
@@ -1031,9 +1070,8 @@ unsigned long deleteTree(Hive hive, std::wstring_view path, unsigned long view) 
     unsigned long status = openKey(hive, path, kKeyRead | (view & kKeyWow64_32Key), existing.key);
     if (status != kErrorSuccess)
         return status;
-    std::vector<std::wstring> names;
     std::string folded;
-    status = resolvePath(hive, path, view, names, folded);
+    status = resolvePath(hive, path, view, folded);
     if (status != kErrorSuccess)
         return status;
     if (folded.empty())

@@ -1,5 +1,7 @@
 #include "environment/key_name.h"
 
+#include <algorithm>
+
 #include "environment/hive_store.h"
 
 namespace kel::detail {
@@ -73,6 +75,22 @@ unsigned long foldCodePoint(unsigned long c) {
     return c;
 }
 
+// "SOFTWARE" or "SOFTWARE\X" (folded) gains "\WOW6432NODE" after its first
+// name, unless it is there already.
+void insertWow32Node(std::wstring& folded) {
+    const std::wstring_view software = L"SOFTWARE";
+    const std::wstring_view node = L"WOW6432NODE";
+    const std::wstring_view path = folded;
+    if (path.substr(0, software.size()) != software ||
+        (path.size() > software.size() && path[software.size()] != L'\\'))
+        return;
+    const std::wstring_view rest = path.substr(std::min(path.size(), software.size() + 1));
+    if (rest.substr(0, node.size()) == node &&
+        (rest.size() == node.size() || rest[node.size()] == L'\\'))
+        return;
+    folded.insert(software.size(), L"\\WOW6432NODE");
+}
+
 }  // namespace
 
 wchar_t foldCharacter(wchar_t c) {
@@ -102,6 +120,30 @@ unsigned long splitKeyPath(std::wstring_view path, std::vector<std::wstring>& na
             names.emplace_back(path.substr(start, end - start));
         start = end + 1;
     }
+    return kErrorSuccess;
+}
+
+unsigned long foldKeyPath(std::wstring_view path, bool wow32, std::wstring& folded) {
+    folded.clear();
+    if (!path.empty() && path.front() == L'\\')
+        return kErrorBadPathname;
+    size_t start = 0;
+    while (start <= path.size()) {
+        size_t end = path.find(L'\\', start);
+        if (end == std::wstring_view::npos)
+            end = path.size();
+        if (end - start > kMaxKeyNameLength)
+            return kErrorInvalidParameter;
+        if (end > start) {
+            if (!folded.empty())
+                folded += L'\\';
+            for (size_t i = start; i < end; ++i)
+                folded += foldCharacter(path[i]);
+        }
+        start = end + 1;
+    }
+    if (wow32)
+        insertWow32Node(folded);
     return kErrorSuccess;
 }
 

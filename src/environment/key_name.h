@@ -30,6 +30,11 @@ std::wstring foldName(std::wstring_view name);
 // characters.
 unsigned long splitKeyPath(std::wstring_view path, std::vector<std::wstring>& names);
 
+// The names of a key path folded and joined by "\" in one text, the form in
+// which paths are compared; with `wow32`, in the 32-bit view (see below).
+// Returns what splitKeyPath returns.
+unsigned long foldKeyPath(std::wstring_view path, bool wow32, std::wstring& folded);
+
 // The 32-bit view of the machine hive, as 64-bit Windows keeps it:
 // "Software\X" becomes "Software\WOW6432Node\X" (and "Software" itself
 // "Software\WOW6432Node"); other paths, and paths already in the 32-bit

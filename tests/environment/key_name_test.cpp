@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "environment/hive_store.h"
@@ -70,4 +71,32 @@ TEST(KeyName, The32BitView) {
     names.clear();
     mapToWow32View(names);
     EXPECT_TRUE(names.empty());
+}
+
+TEST(KeyName, FoldsWholePaths) {
+    std::wstring folded;
+    EXPECT_EQ(foldKeyPath(L"Software\\\\Norvane\\", false, folded), 0u);
+    EXPECT_EQ(folded, L"SOFTWARE\\NORVANE");
+    EXPECT_EQ(foldKeyPath(L"", false, folded), 0u);
+    EXPECT_EQ(folded, L"");
+    EXPECT_EQ(foldKeyPath(L"\\x", false, folded), kErrorBadPathname);
+    EXPECT_EQ(foldKeyPath(std::wstring(256, L'x'), false, folded), kErrorInvalidParameter);
+}
+
+TEST(KeyName, FoldsWholePathsInThe32BitView) {
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"Software\\Norvane", L"SOFTWARE\\WOW6432NODE\\NORVANE"},
+        {L"software", L"SOFTWARE\\WOW6432NODE"},
+        {L"Software\\Wow6432Node\\X", L"SOFTWARE\\WOW6432NODE\\X"},
+        {L"Software\\Wow6432Node", L"SOFTWARE\\WOW6432NODE"},
+        {L"Software\\Wow6432NodeX", L"SOFTWARE\\WOW6432NODE\\WOW6432NODEX"},
+        {L"SoftwareX\\Y", L"SOFTWAREX\\Y"},
+        {L"System\\Software", L"SYSTEM\\SOFTWARE"},
+        {L"", L""},
+    };
+    for (const auto& [path, expected] : cases) {
+        std::wstring folded;
+        EXPECT_EQ(foldKeyPath(path, true, folded), 0u);
+        EXPECT_EQ(folded, expected);
+    }
 }
