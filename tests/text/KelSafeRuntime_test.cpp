@@ -155,8 +155,9 @@ TYPED_TEST(SafeRuntime, CopyTable) {
         const int result = TestFixture::A::cpy(c.nullDst ? nullptr : buffer, c.size,
                                                c.src ? src.c_str() : nullptr);
         EXPECT_EQ(result, c.result) << c.size << " " << (c.src ? c.src : "(null)");
-        if (c.dst != nullptr)
+        if (c.dst != nullptr) {
             EXPECT_EQ(Text<Char>(buffer), T<Char>(c.dst)) << c.size;
+        }
         EXPECT_EQ(this->reports.calls(), c.reports) << c.size;
     }
 }
@@ -187,8 +188,9 @@ TYPED_TEST(SafeRuntime, CopyNTable) {
         const int result = TestFixture::A::ncpy(c.nullDst ? nullptr : buffer, c.size,
                                                 c.src ? src.c_str() : nullptr, c.count);
         EXPECT_EQ(result, c.result) << c.size << " " << c.count;
-        if (c.dst != nullptr)
+        if (c.dst != nullptr) {
             EXPECT_EQ(Text<Char>(buffer), T<Char>(c.dst)) << c.size << " " << c.count;
+        }
         EXPECT_EQ(this->reports.calls(), c.reports) << c.size << " " << c.count;
     }
 }
@@ -225,8 +227,9 @@ TYPED_TEST(SafeRuntime, AppendTable) {
         const int result = TestFixture::A::cat(c.nullDst ? nullptr : buffer, c.size,
                                                c.src ? src.c_str() : nullptr);
         EXPECT_EQ(result, c.result) << c.size;
-        if (c.dst != nullptr)
+        if (c.dst != nullptr) {
             EXPECT_EQ(Text<Char>(buffer), T<Char>(c.dst)) << c.size;
+        }
         EXPECT_EQ(this->reports.calls(), c.reports) << c.size;
     }
 }
@@ -256,8 +259,9 @@ TYPED_TEST(SafeRuntime, AppendNTable) {
         const int result = TestFixture::A::ncat(c.nullDst ? nullptr : buffer, c.size,
                                                 c.src ? src.c_str() : nullptr, c.count);
         EXPECT_EQ(result, c.result) << c.size << " " << c.count;
-        if (c.dst != nullptr)
+        if (c.dst != nullptr) {
             EXPECT_EQ(Text<Char>(buffer), T<Char>(c.dst)) << c.size << " " << c.count;
+        }
         EXPECT_EQ(this->reports.calls(), c.reports) << c.size << " " << c.count;
     }
 }
@@ -315,8 +319,9 @@ TYPED_TEST(SafeRuntime, UpperLowerAndSetErrorTable) {
                                : routine == 1 ? TestFixture::A::lwr(text, c.size)
                                               : TestFixture::A::set(text, c.size, 'q');
             EXPECT_EQ(result, c.result) << routine << " " << c.size;
-            if (c.text != nullptr)
+            if (c.text != nullptr) {
                 EXPECT_EQ(Text<Char>(buffer), T<Char>(c.text)) << routine << " " << c.size;
+            }
             EXPECT_EQ(this->reports.calls(), c.reports) << routine << " " << c.size;
         }
     }
@@ -404,8 +409,9 @@ TYPED_TEST(SafeRuntime, SplitPathErrorTableEmptiesEveryPart) {
             c.path ? path.c_str() : nullptr, c.nullDrive ? nullptr : drive, c.driveSize, dir,
             c.dirSize, fname, c.fnameSize, ext, c.extSize);
         EXPECT_EQ(result, c.result) << (c.path ? c.path : "(null)");
-        if (!c.nullDrive && c.driveSize > 0)
+        if (!c.nullDrive && c.driveSize > 0) {
             EXPECT_EQ(drive[0], Char(0));
+        }
         EXPECT_EQ(dir[0], Char(0));
         EXPECT_EQ(fname[0], Char(0));
         EXPECT_EQ(ext[0], Char(0));
@@ -521,8 +527,9 @@ TYPED_TEST(SafeRuntime, IntegerToTextErrorTable) {
                                    ? TestFixture::A::itoa(c.value, target, c.size, c.radix)
                                    : TestFixture::A::ltoa(c.value, target, c.size, c.radix);
             EXPECT_EQ(result, c.result) << c.size << " " << c.value << " " << c.radix;
-            if (!c.nullBuffer && c.size > 0 && c.result != 0)
+            if (!c.nullBuffer && c.size > 0 && c.result != 0) {
                 EXPECT_EQ(buffer[0], Char(0));
+            }
             EXPECT_EQ(this->reports.calls(), c.result != 0 ? 1 : 0);
         }
     }
@@ -587,8 +594,9 @@ TYPED_TEST(SafeRuntime, ClockTextErrorTable) {
             const int result = routine == 0 ? TestFixture::A::strtime(target, c.size)
                                             : TestFixture::A::strdate(target, c.size);
             EXPECT_EQ(result, c.result);
-            if (c.result == kErange)
+            if (c.result == kErange) {
                 EXPECT_EQ(buffer[0], Char(0));
+            }
             EXPECT_EQ(this->reports.calls(), 1);
         }
     }
@@ -767,8 +775,9 @@ TEST(SafeRuntimeNumbers, GcvtErrorTable) {
         char buffer[32] = "xxxx";
         const int result = kelgcvt(c.nullBuffer ? nullptr : buffer, c.size, c.value, c.digits);
         EXPECT_EQ(result, c.result) << c.size << " " << c.digits;
-        if (!c.nullBuffer && c.size > 0 && c.result != 0)
+        if (!c.nullBuffer && c.size > 0 && c.result != 0) {
             EXPECT_STREQ(buffer, "");
+        }
         EXPECT_EQ(reports.calls(), c.result != 0 ? 1 : 0);
     }
 }
