@@ -114,11 +114,11 @@ int writeUserValue(const KelString& key, const KelString& name, unsigned long ty
 void dropTrailingSeparator(KelString& value) {
     const int length = value.length();
     if (length >= 2 && value[length - 1] == L'\\')
-        value = std::wstring(value.getStringW(), static_cast<size_t>(length - 1)).c_str();
+        value = value.left(length - 1);
 }
 
-std::wstring dataKey(const KelString& subKey) {
-    return std::wstring(KelRegistry::getRegPathData().getStringW()) + L'\\' + subKey.getStringW();
+KelString dataKey(const KelString& subKey) {
+    return KelRegistry::getRegPathData() + L"\\" + subKey;
 }
 
 // An installation folder: the machine-hive text read (which already drops
@@ -133,7 +133,7 @@ KelString machineFolder(const wchar_t* valueName, bool wow32) {
 }
 
 KelString withSuffix(const KelString& path, const wchar_t* suffix) {
-    return (std::wstring(path.getStringW()) + suffix).c_str();
+    return path + suffix;
 }
 
 }  // namespace
@@ -219,19 +219,19 @@ int KelRegistry::getRegValueClassesRoot(KelString key, const KelString& name, Ke
 // ----- per-product data -----------------------------------------------------------
 
 int KelRegistry::getData(const KelString& subKey, const KelString& name, KelString& value) {
-    return getRegValueCurrentUser(dataKey(subKey).c_str(), name, value, 1);
+    return getRegValueCurrentUser(dataKey(subKey), name, value, 1);
 }
 
 int KelRegistry::getData(const KelString& subKey, const KelString& name, int& value) {
-    return getRegValueCurrentUser(dataKey(subKey).c_str(), name, value, 1);
+    return getRegValueCurrentUser(dataKey(subKey), name, value, 1);
 }
 
 int KelRegistry::setData(const KelString& subKey, const KelString& name, const KelString& value) {
-    return setRegValueCurrentUser(dataKey(subKey).c_str(), name, value);
+    return setRegValueCurrentUser(dataKey(subKey), name, value);
 }
 
 int KelRegistry::setData(const KelString& subKey, const KelString& name, const int& value) {
-    return setRegValueCurrentUser(dataKey(subKey).c_str(), name, value);
+    return setRegValueCurrentUser(dataKey(subKey), name, value);
 }
 
 // ----- installation folders -------------------------------------------------------
