@@ -45,6 +45,16 @@ void writeFile(const std::string& path, const std::string& bytes) {
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
+// Console output ends its lines with CRLF on Windows.
+std::string withoutCarriageReturns(std::string text) {
+    std::string result;
+    for (char c : text) {
+        if (c != '\r')
+            result += c;
+    }
+    return result;
+}
+
 std::string quote(const std::string& argument) {
 #if defined(_WIN32)
     return "\"" + argument + "\"";
@@ -75,8 +85,8 @@ Result reg(const std::vector<std::string>& arguments, const std::string& input =
 #else
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
-    result.out = readFile(dir + "/stdout.txt");
-    result.err = readFile(dir + "/stderr.txt");
+    result.out = withoutCarriageReturns(readFile(dir + "/stdout.txt"));
+    result.err = withoutCarriageReturns(readFile(dir + "/stderr.txt"));
     return result;
 }
 
@@ -169,7 +179,7 @@ TEST_F(KelReg, AddAndQueryText) {
 
 TEST_F(KelReg, AddEveryType) {
     const std::string key = "HKEY_CURRENT_USER\\Software\\KelTest";
-    expectSuccess(reg({"add", key, "/v", "Exp", "/t", "REG_EXPAND_SZ", "/d", "%HOME%\\x", "/f"}));
+    expectSuccess(reg({"add", key, "/v", "Exp", "/t", "REG_EXPAND_SZ", "/d", "[HOME]\\x", "/f"}));
     expectSuccess(reg({"add", key, "/v", "Multi", "/t", "REG_MULTI_SZ", "/d", "a\\0bc", "/f"}));
     expectSuccess(
         reg({"add", key, "/v", "Comma", "/t", "reg_multi_sz", "/s", ",", "/d", "x,y", "/f"}));
@@ -181,7 +191,7 @@ TEST_F(KelReg, AddEveryType) {
     expectSuccess(reg({"add", key, "/ve", "/d", "default", "/f"}));
 
     EXPECT_EQ(rawValue(Hive::User, kKey, L"Exp", kRegExpandSz),
-              textToValueData(L"%HOME%\\x", true));
+              textToValueData(L"[HOME]\\x", true));
     EXPECT_EQ(rawValue(Hive::User, kKey, L"Multi", kRegMultiSz),
               bytes({'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}));
     EXPECT_EQ(rawValue(Hive::User, kKey, L"Comma", kRegMultiSz),
@@ -196,7 +206,7 @@ TEST_F(KelReg, AddEveryType) {
     expectSuccess(query);
     EXPECT_EQ(query.out,
               "\nHKEY_CURRENT_USER\\Software\\KelTest\n"
-              "    Exp    REG_EXPAND_SZ    %HOME%\\x\n"
+              "    Exp    REG_EXPAND_SZ    [HOME]\\x\n"
               "    Multi    REG_MULTI_SZ    a\\0bc\n"
               "    Comma    REG_MULTI_SZ    x\\0y\n"
               "    Dec    REG_DWORD    0xffffffff\n"
