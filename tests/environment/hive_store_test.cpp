@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "environment/hive_store.h"
@@ -266,4 +269,40 @@ TEST_F(HiveStore, TextValueData) {
     EXPECT_EQ(valueDataToText(data.data(), data.size()), L"ab");
     EXPECT_EQ(valueDataToText(data.data(), 3), L"a");  // an odd last byte is ignored
     EXPECT_EQ(valueDataToText(nullptr, 0), L"");
+}
+
+TEST_F(HiveStore, ThreadsShareTheStore) {
+    constexpr int kThreads = 4;
+    constexpr int kValues = 25;
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t, &failures] {
+            for (int i = 0; i < kValues; ++i) {
+                const std::wstring name = L"t" + std::to_wstring(t) + L"-" + std::to_wstring(i);
+                HiveKeyHolder key;
+                const uint32_t value = static_cast<uint32_t>(t * 1000 + i);
+                if (createKey(Hive::User, kRoot, kKeyAllAccess, key.key) != 0 ||
+                    setValue(key.key, name, kRegDword, &value, sizeof value) != 0) {
+                    ++failures;
+                    continue;
+                }
+                uint32_t read = 0;
+                unsigned long size = sizeof read;
+                bool opened = false;
+                if (readValue(Hive::User, kRoot, kKeyRead, name, nullptr, &read, &size, opened) !=
+                        0 ||
+                    read != value)
+                    ++failures;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures.load(), 0);
+    HiveKeyHolder key;
+    ASSERT_EQ(openKey(Hive::User, kRoot, kKeyRead, key.key), 0u);
+    std::vector<HiveValue> values;
+    ASSERT_EQ(enumValues(key.key, values), 0u);
+    EXPECT_EQ(values.size(), static_cast<size_t>(kThreads * kValues));
 }
