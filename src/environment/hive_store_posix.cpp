@@ -929,6 +929,12 @@ struct HiveKey {
 
 namespace {
 
+// A key that cannot be used: none, or one opened before this process was
+// forked from its parent.
+bool unusable(const HiveKey* key) {
+    return key == nullptr || (key->file != nullptr && key->file->abandoned());
+}
+
 unsigned long newKey(std::shared_ptr<HiveFile> file, sqlite3_int64 id, unsigned long access,
                      HiveKey*& key) {
     key = new (std::nothrow) HiveKey{std::move(file), id, access};
@@ -994,7 +1000,7 @@ unsigned long createKey(Hive hive, std::wstring_view path, unsigned long access,
 
 unsigned long queryValue(HiveKey* key, std::wstring_view name, unsigned long* type, void* data,
                          unsigned long* size) {
-    if (key == nullptr)
+    if (unusable(key))
         return kErrorInvalidHandle;
     if ((key->access & kKeyQueryValue) == 0)
         return kErrorAccessDenied;
@@ -1032,7 +1038,7 @@ unsigned long readValue(Hive hive, std::wstring_view path, unsigned long access,
 
 unsigned long setValue(HiveKey* key, std::wstring_view name, unsigned long type, const void* data,
                        unsigned long size) {
-    if (key == nullptr || key->file == nullptr)
+    if (unusable(key) || key->file == nullptr)
         return kErrorInvalidHandle;
     if ((key->access & kKeySetValue) == 0)
         return kErrorAccessDenied;
@@ -1049,7 +1055,7 @@ unsigned long setValue(HiveKey* key, std::wstring_view name, unsigned long type,
 }
 
 unsigned long deleteValue(HiveKey* key, std::wstring_view name) {
-    if (key == nullptr)
+    if (unusable(key))
         return kErrorInvalidHandle;
     if ((key->access & kKeySetValue) == 0)
         return kErrorAccessDenied;
@@ -1091,7 +1097,7 @@ unsigned long deleteTree(Hive hive, std::wstring_view path, unsigned long view) 
 
 unsigned long enumSubKeys(HiveKey* key, std::vector<std::wstring>& names) {
     names.clear();
-    if (key == nullptr)
+    if (unusable(key))
         return kErrorInvalidHandle;
     if ((key->access & kKeyEnumerateSubKeys) == 0)
         return kErrorAccessDenied;
@@ -1103,7 +1109,7 @@ unsigned long enumSubKeys(HiveKey* key, std::vector<std::wstring>& names) {
 
 unsigned long enumValues(HiveKey* key, std::vector<HiveValue>& values) {
     values.clear();
-    if (key == nullptr)
+    if (unusable(key))
         return kErrorInvalidHandle;
     if ((key->access & kKeyQueryValue) == 0)
         return kErrorAccessDenied;
