@@ -6,6 +6,7 @@
 
 #include <new>
 #include <string>
+#include <vector>
 
 #include "environment/hive_store.h"
 
@@ -47,6 +48,10 @@ unsigned long keyInfo(HKEY handle, DWORD* subKeys, DWORD* maxSubKeyLength, DWORD
     return static_cast<unsigned long>(
         RegQueryInfoKeyW(handle, nullptr, nullptr, nullptr, subKeys, maxSubKeyLength, nullptr,
                          values, maxValueNameLength, maxValueLength, nullptr, nullptr));
+}
+
+bool isTextType(unsigned long type) {
+    return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
 }
 
 }  // namespace
@@ -105,6 +110,18 @@ unsigned long setValue(HiveKey* key, std::wstring_view name, unsigned long type,
                        unsigned long size) {
     if (key == nullptr)
         return kErrorInvalidHandle;
+    // For text whose last character is not zero the system also stores the
+    // character after the data when that one is zero, taking it for a
+    // terminator the caller forgot. The store keeps exactly the bytes it is
+    // given, so the data goes in a copy followed by a character that is not
+    // zero.
+    std::vector<unsigned char> copy;
+    if (isTextType(type) && data != nullptr && size >= sizeof(wchar_t)) {
+        const auto* bytes = static_cast<const unsigned char*>(data);
+        copy.assign(bytes, bytes + size);
+        copy.resize(size + 2 * sizeof(wchar_t), 0xFF);
+        data = copy.data();
+    }
     return static_cast<unsigned long>(RegSetValueExW(key->handle, terminated(name).c_str(), 0, type,
                                                      static_cast<const BYTE*>(data), size));
 }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -88,6 +89,24 @@ Result reg(const std::vector<std::string>& arguments, const std::string& input =
     result.out = withoutCarriageReturns(readFile(dir + "/stdout.txt"));
     result.err = withoutCarriageReturns(readFile(dir + "/stderr.txt"));
     return result;
+}
+
+// Query output as the store orders values: in creation order, except in
+// Wine's registry, which sorts them by name.
+std::string inStoredOrder(const std::string& text) {
+#if defined(_WIN32)
+    std::vector<std::string> lines;
+    size_t start = 0;
+    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+        lines.push_back(text.substr(start, end + 1 - start));
+    std::sort(lines.begin(), lines.end());
+    std::string sorted;
+    for (const std::string& line : lines)
+        sorted += line;
+    return sorted;
+#else
+    return text;
+#endif
 }
 
 int lineCount(const std::string& text) {
@@ -204,16 +223,15 @@ TEST_F(KelReg, AddEveryType) {
 
     Result query = reg({"query", key});
     expectSuccess(query);
-    EXPECT_EQ(query.out,
-              "\nHKEY_CURRENT_USER\\Software\\KelTest\n"
-              "    Exp    REG_EXPAND_SZ    [HOME]\\x\n"
-              "    Multi    REG_MULTI_SZ    a\\0bc\n"
-              "    Comma    REG_MULTI_SZ    x\\0y\n"
-              "    Dec    REG_DWORD    0xffffffff\n"
-              "    Hex    REG_DWORD    0x2a\n"
-              "    Q    REG_QWORD    0x102030405060708\n"
-              "    Bin    REG_BINARY    00FF10\n"
-              "    (Default)    REG_SZ    default\n\n");
+    EXPECT_EQ(inStoredOrder(query.out), inStoredOrder("\nHKEY_CURRENT_USER\\Software\\KelTest\n"
+                                                      "    Exp    REG_EXPAND_SZ    [HOME]\\x\n"
+                                                      "    Multi    REG_MULTI_SZ    a\\0bc\n"
+                                                      "    Comma    REG_MULTI_SZ    x\\0y\n"
+                                                      "    Dec    REG_DWORD    0xffffffff\n"
+                                                      "    Hex    REG_DWORD    0x2a\n"
+                                                      "    Q    REG_QWORD    0x102030405060708\n"
+                                                      "    Bin    REG_BINARY    00FF10\n"
+                                                      "    (Default)    REG_SZ    default\n\n"));
     Result one = reg({"query", key, "/v", "hex"});
     expectSuccess(one);
     EXPECT_EQ(one.out, "\nHKEY_CURRENT_USER\\Software\\KelTest\n    Hex    REG_DWORD    0x2a\n\n");
