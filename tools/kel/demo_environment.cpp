@@ -94,7 +94,12 @@ void showProduct() {
 
 void showValues(const std::string& dir) {
     line("");
+#if defined(_WIN32)
+    (void)dir;
+    line("In the system registry (the demonstration's keys are removed afterwards)");
+#else
     line("KEL_REGISTRY_DIR=" + dir + " (hives machine.db, user.db, classes.db)");
+#endif
     const KelString environment = KelRegistry::getRegPathEnvironment();
     KelRegistry::setRegValueCurrentUser(environment, L"DataPath", KelString(L"C:\\Ferrix\\Data\\"));
     KelRegistry::setData(L"Numbering", L"Prefix", KelString(L"B-"));
