@@ -16,6 +16,23 @@ endif()
 # usual name (libkel.dll.a, kel.lib).
 set(CMAKE_SHARED_LIBRARY_PREFIX "")
 
+# GoogleTest compiled as part of the build from a source tree, when one is
+# named: the cross build names Debian's /usr/src/googletest; a native build
+# may name a checkout, or leave this empty and have find_package(GTest)
+# find an installed GoogleTest (vcpkg, MSYS2, ...). Only the libraries that
+# tests link get built.
+if(CMAKE_CROSSCOMPILING AND EXISTS /usr/src/googletest/CMakeLists.txt)
+    set(_kel_googletest_default /usr/src/googletest)
+endif()
+set(KEL_GOOGLETEST_SOURCE_DIR "${_kel_googletest_default}" CACHE PATH
+    "GoogleTest sources to build the tests with (empty: find an installed GoogleTest)")
+if(KEL_BUILD_TESTS AND KEL_GOOGLETEST_SOURCE_DIR AND NOT TARGET GTest::gtest)
+    set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+    set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)  # the same C runtime as the library
+    add_subdirectory("${KEL_GOOGLETEST_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/googletest"
+        EXCLUDE_FROM_ALL SYSTEM)
+endif()
+
 if(NOT CMAKE_CROSSCOMPILING)
     return()
 endif()
@@ -23,12 +40,18 @@ endif()
 # ----- the cross build ------------------------------------------------------
 #
 # Dependencies come from the distribution, never from a download: zlib from
-# the MinGW sysroot (libz-mingw-w64-dev), GoogleTest compiled here from the
-# sources in /usr/src/googletest, Boost's header-only libraries through a
-# directory that holds nothing but a link to the distribution's headers, and
-# minizip (when switched on) compiled from Debian's zlib source package by
-# scripts/mingw-minizip.sh. Everything built for Windows goes into one
-# prefix that find_package, find_path, find_library and pkg-config search.
+# the MinGW sysroot (libz-mingw-w64-dev), GoogleTest compiled from the
+# sources in /usr/src/googletest (above), Boost's header-only libraries
+# through a directory that holds nothing but a link to the distribution's
+# headers, and minizip (when switched on) compiled from Debian's zlib source
+# package by scripts/mingw-minizip.sh. What is built for Windows goes into
+# one prefix that find_package, find_path, find_library and pkg-config
+# search, so a subsystem's CMakeLists.txt finds its dependencies with the
+# same calls as on Linux.
+
+# Static libraries first (libz.a before the import library libz.dll.a), so
+# that the programs need no DLL from the MinGW sysroot when they run.
+set(CMAKE_FIND_LIBRARY_SUFFIXES .a .dll.a .lib)
 
 set(KEL_MINGW_DEPS_DIR "${PROJECT_BINARY_DIR}/deps" CACHE PATH
     "Prefix of the dependencies built for the MinGW cross build")
@@ -48,10 +71,10 @@ set(ENV{PKG_CONFIG_PATH} "")
 find_path(KEL_HOST_BOOST_INCLUDE_DIR boost/version.hpp
     PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 if(KEL_HOST_BOOST_INCLUDE_DIR)
-    file(MAKE_DIRECTORY "${KEL_MINGW_DEPS_DIR}/include")
+    file(MAKE_DIRECTORY "${KEL_MINGW_DEPS_DIR}/boost-include")
     file(CREATE_LINK "${KEL_HOST_BOOST_INCLUDE_DIR}/boost"
-        "${KEL_MINGW_DEPS_DIR}/include/boost" SYMBOLIC)
-    set(Boost_INCLUDE_DIR "${KEL_MINGW_DEPS_DIR}/include" CACHE PATH "Boost headers")
+        "${KEL_MINGW_DEPS_DIR}/boost-include/boost" SYMBOLIC)
+    set(Boost_INCLUDE_DIR "${KEL_MINGW_DEPS_DIR}/boost-include" CACHE PATH "Boost headers")
     set(Boost_NO_BOOST_CMAKE ON)
 endif()
 
@@ -67,14 +90,4 @@ if(KEL_MINGW_MINIZIP AND NOT EXISTS "${KEL_MINGW_DEPS_DIR}/lib/libminizip.a")
     if(NOT _kel_minizip_result EQUAL 0)
         message(FATAL_ERROR "scripts/mingw-minizip.sh failed")
     endif()
-endif()
-
-# GoogleTest from the distribution's sources, compiled with this toolchain
-# as part of the build (only the libraries that tests link get built).
-set(KEL_GOOGLETEST_SOURCE_DIR "/usr/src/googletest" CACHE PATH "GoogleTest sources")
-if(KEL_BUILD_TESTS AND NOT TARGET GTest::gtest)
-    set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-    set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
-    add_subdirectory("${KEL_GOOGLETEST_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/googletest"
-        EXCLUDE_FROM_ALL SYSTEM)
 endif()

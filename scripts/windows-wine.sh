@@ -5,6 +5,7 @@
 #
 #   scripts/windows-wine.sh start build/mingw   # before ctest
 #   scripts/windows-wine.sh stop build/mingw    # afterwards
+#   scripts/windows-wine.sh run build/mingw ctest --preset mingw   # both around a command
 #
 # The prefix and the Wine binary are the ones the build was configured with
 # (KEL_WINEPREFIX and KEL_WINE in its CMake cache); CTest runs each test with
@@ -13,8 +14,16 @@
 # streams: a pipe they held would keep a caller reading it waiting forever.
 set -euo pipefail
 
-action=${1:?usage: windows-wine.sh start|stop <build directory>}
-build=${2:?usage: windows-wine.sh start|stop <build directory>}
+usage="usage: windows-wine.sh start|stop <build directory> | run <build directory> <command>..."
+action=${1:?$usage}
+build=${2:?$usage}
+if [[ $action == run ]]; then
+    shift 2
+    bash "$0" start "$build"
+    trap 'bash "$0" stop "$build"' EXIT
+    "$@"
+    exit
+fi
 cache="$build/CMakeCache.txt"
 [[ -f $cache ]] || { echo "windows-wine.sh: $cache not found (configure first)" >&2; exit 1; }
 
@@ -44,7 +53,7 @@ stop)
     "$wineserver" -w </dev/null >/dev/null 2>&1 || true
     ;;
 *)
-    echo "usage: windows-wine.sh start|stop <build directory>" >&2
+    echo "$usage" >&2
     exit 2
     ;;
 esac

@@ -4,9 +4,11 @@
 #
 #   cmake --preset mingw        (or: -DCMAKE_TOOLCHAIN_FILE=<this file>)
 #
-# The binaries are self-contained: the GCC runtime, libstdc++, winpthread and
-# zlib are linked statically, so kel.dll and the programs need no DLL beyond
-# the system's own, under Wine as on a Windows machine.
+# The binaries are self-contained: the GCC runtime, libstdc++ and winpthread
+# are linked statically (and cmake/KelWindows.cmake makes find_library prefer
+# static libraries such as zlib's), so kel.dll and the programs need no DLL
+# beyond the system's own, under Wine as on a Windows machine. A DLL missing
+# under Wine shows only as a silent exit with code 53.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -23,7 +25,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(ZLIB_USE_STATIC_LIBS ON)
 
 # DWARF 4, which Wine's debug-help library reads.
 foreach(lang C CXX)
