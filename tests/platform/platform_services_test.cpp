@@ -71,6 +71,20 @@ TEST(ThreadId, IsStableWithinAThreadAndDiffersBetweenThreads) {
     EXPECT_EQ(distinct.size(), 5u);
 }
 
+#if defined(_WIN32)
+TEST(ThreadId, IsTheSystemsOwnOnWindows) {
+    EXPECT_EQ(kelGetCurrentThreadId(), ::GetCurrentThreadId());
+    unsigned long seen = 0;
+    unsigned long system = 1;
+    std::thread other([&] {
+        seen = kelGetCurrentThreadId();
+        system = ::GetCurrentThreadId();
+    });
+    other.join();
+    EXPECT_EQ(seen, system);
+}
+#endif
+
 namespace {
 std::vector<std::wstring> g_lines;
 void collect(const wchar_t* text, void* context) {
