@@ -31,7 +31,8 @@ cached() { sed -n "s/^$1:[A-Z]*=//p" "$cache"; }
 WINEPREFIX=$(cached KEL_WINEPREFIX)
 wine=$(cached KEL_WINE)
 [[ -n $WINEPREFIX && -x $wine ]] || { echo "windows-wine.sh: no Wine in $cache" >&2; exit 1; }
-export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# The same settings as the build's CMAKE_CROSSCOMPILING_EMULATOR.
+export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
 # Headless: no window of the prefix's background processes may look for a display.
 unset DISPLAY WAYLAND_DISPLAY
 

@@ -37,14 +37,17 @@ set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 
 # CTest (and any build step that runs a built program) goes through Wine,
 # in a prefix of this build's own, quiet, without the Mono and Gecko
-# installers. scripts/windows-wine.sh creates the prefix and keeps a wine
-# server running for it while the tests run. wine64 is called directly
-# where it exists: the "wine" launcher of a 64-bit-only installation only
-# adds a warning about the missing 32-bit half.
+# installers, and in one locale whatever the machine's (Wine takes the
+# Windows locale, and so the ANSI code page, from it: C.UTF-8 gives en-US
+# and code page 1252), so that the results do not depend on the machine.
+# scripts/windows-wine.sh creates the prefix and keeps a wine server running
+# for it while the tests run. wine64 is called directly where it exists: the
+# "wine" launcher of a 64-bit-only installation only adds a warning about
+# the missing 32-bit half.
 find_program(KEL_WINE NAMES wine64 wine PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH)
 set(KEL_WINEPREFIX "${CMAKE_BINARY_DIR}/wineprefix" CACHE PATH "Wine prefix of the tests")
 if(KEL_WINE)
     set(CMAKE_CROSSCOMPILING_EMULATOR
         ${CMAKE_COMMAND} -E env WINEPREFIX=${KEL_WINEPREFIX} WINEDEBUG=-all
-        WINEDLLOVERRIDES=mscoree,mshtml= ${KEL_WINE})
+        WINEDLLOVERRIDES=mscoree,mshtml= LC_ALL=C.UTF-8 ${KEL_WINE})
 endif()
