@@ -59,7 +59,8 @@ struct Unit<unsigned short> {
     static unsigned short mapped(unsigned short c, wint_t (*map)(wint_t)) {
         if (c >= 0xD800 && c <= 0xDFFF)
             return c;
-        const wint_t result = map(c);
+        // wint_t is 16 bits wide on Windows, 32 elsewhere.
+        const unsigned long result = static_cast<unsigned long>(map(c));
         return result > 0xFFFF ? c : static_cast<unsigned short>(result);
     }
     static unsigned short upper(unsigned short c) { return mapped(c, std::towupper); }

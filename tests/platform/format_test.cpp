@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/format.h"
+#include "support/system.h"
 
 using kel::detail::FormatStatus;
 using kel::detail::WideArgs;
@@ -108,33 +109,19 @@ TEST_F(FormatTest, NarrowFormatStringAndCharacterDirectives) {
 
 namespace {
 
-// e-acute and the euro sign in the narrow code page: UTF-8 on Linux, the
-// system's ANSI code page on Windows (1252 in Western European settings,
-// Wine's included). False for a code page these tests have no bytes for.
+// e-acute and the euro sign in the narrow code page.
 bool narrowSamples(std::string& eAcute, std::string& euro) {
-    switch (kelGetNarrowCodePage()) {
-        case 65001:
-            eAcute = "\xC3\xA9";
-            euro = "\xE2\x82\xAC";
-            return true;
-        case 1252:
-            eAcute = "\xE9";
-            euro = "\x80";
-            return true;
-        default:
-            return false;
-    }
+    const unsigned int codePage = kelGetNarrowCodePage();
+    return kel::test::narrowSample(codePage, L"\u00E9", eAcute) &&
+           kel::test::narrowSample(codePage, L"\u20AC", euro);
 }
-
-constexpr char kNoSamples[] =
-    "expected bytes are written for the narrow code pages 65001 and 1252, this system's is ";
 
 }  // namespace
 
 TEST_F(FormatTest, TextCrossesWidthsThroughTheNarrowCodePage) {
     std::string eAcute, euro;
     if (!narrowSamples(eAcute, euro))
-        GTEST_SKIP() << kNoSamples << kelGetNarrowCodePage();
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
     EXPECT_EQ(wide(L"%S", eAcute.c_str()), L"\u00E9");
     EXPECT_EQ(narrow("%S", L"\u00E9"), eAcute);
     EXPECT_EQ(narrow("%C", L'\u20AC'), euro);
@@ -165,7 +152,7 @@ TEST_F(FormatTest, WidthPrecisionAndStar) {
 TEST_F(FormatTest, NarrowPrecisionCountsBytesOfWholeCharacters) {
     std::string eAcute, euro;
     if (!narrowSamples(eAcute, euro))
-        GTEST_SKIP() << kNoSamples << kelGetNarrowCodePage();
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
     if (eAcute.size() == 2) {
         EXPECT_EQ(narrow("[%.1S]", L"\u00E9a"), "[]");  // two bytes do not fit in one
         EXPECT_EQ(narrow("[%.2S]", L"\u00E9a"), "[" + eAcute + "]");

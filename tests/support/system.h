@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace kel::test {
 
 // True in a Windows build (native or under Wine).
@@ -24,6 +26,20 @@ constexpr bool kWindows = false;
 
 // True when a Windows build runs under Wine rather than on Windows.
 bool runningUnderWine();
+
+// `text` in narrow code page `codePage`, for tests whose expected values are
+// narrow text. Knows the two narrow code pages the tests meet: 65001
+// (UTF-8, Linux) and 1252 (Windows in Western European settings, and Wine
+// as the tests run it), for the characters of 1252. False for any other
+// code page, and the test skips with a reason:
+//
+//   std::string eAcute;
+//   if (!kel::test::narrowSample(kelGetNarrowCodePage(), L"\u00E9", eAcute))
+//       GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
+bool narrowSample(unsigned int codePage, const std::wstring& text, std::string& narrow);
+
+constexpr char kNoNarrowSample[] =
+    "expected narrow text is written for the code pages 65001 and 1252; this system's is ";
 
 }  // namespace kel::test
 
