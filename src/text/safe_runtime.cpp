@@ -198,7 +198,8 @@ errno_t appendStringN(Char* dst, size_t size, const Char* src, size_t count) {
         ++length;
     const size_t available = size - used;
     if (length < available) {
-        std::memmove(dst + used, src, length * sizeof(Char));
+        if (length > 0)  // src may be null when count is 0
+            std::memmove(dst + used, src, length * sizeof(Char));
         dst[used + length] = Char(0);
         return 0;
     }
