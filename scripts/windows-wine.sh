@@ -44,7 +44,8 @@ start)
     mkdir -p "$WINEPREFIX"
     "$wineserver" -p </dev/null >/dev/null 2>&1
     log="$build/wineboot.log"
-    if ! "$wine" wineboot --init </dev/null >/dev/null 2>"$log"; then
+    # Creating a prefix takes seconds; a stuck one must not hold up CI.
+    if ! timeout 600 "$wine" wineboot --init </dev/null >/dev/null 2>"$log"; then
         echo "windows-wine.sh: wineboot failed, see $log" >&2
         exit 1
     fi
