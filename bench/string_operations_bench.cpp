@@ -176,4 +176,16 @@ void Swprintf_Format(benchmark::State& state) {
 }
 BENCHMARK(Swprintf_Format)->Arg(10)->Arg(1000)->Arg(10000);
 
+// swprintf followed by what a string value costs: its own copy of the text.
+void SwprintfToWstring_Format(benchmark::State& state) {
+    const std::wstring argument = listText(static_cast<size_t>(state.range(0)));
+    std::vector<wchar_t> buffer(argument.size() + 16);
+    for (auto _ : state) {
+        const int n = std::swprintf(buffer.data(), buffer.size(), L"%ls|%d", argument.c_str(), 42);
+        std::wstring text(buffer.data(), static_cast<size_t>(n));
+        benchmark::DoNotOptimize(text);
+    }
+}
+BENCHMARK(SwprintfToWstring_Format)->Arg(10)->Arg(1000)->Arg(10000);
+
 }  // namespace

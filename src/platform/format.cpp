@@ -553,13 +553,10 @@ private:
         }
     }
 
-    template <typename C>
-    static size_t boundedLength(const C* text, size_t limit) {
-        size_t n = 0;
-        while (n < limit && text[n] != C(0))
-            ++n;
-        return n;
-    }
+    // The length of a string argument, at most `limit`; the C library's
+    // bounded length functions scan many characters at a time.
+    static size_t boundedLength(const char* text, size_t limit) { return strnlen(text, limit); }
+    static size_t boundedLength(const wchar_t* text, size_t limit) { return wcsnlen(text, limit); }
 
     // Wide text in the narrow code page, cut at a character boundary so that
     // it takes at most `limit` bytes.
