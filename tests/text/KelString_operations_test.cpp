@@ -494,3 +494,10 @@ TEST(KelStringSetters, FromUnsignedShortStringJoinsSurrogatePairs) {
         EXPECT_EQ(s.length(), 3);
     }
 }
+
+TEST(KelStringSetAt, NarrowByteThatIsNoCharacterOnItsOwnBecomesReplacement) {
+    // In UTF-8 the lone byte 0xE9 is invalid: it converts to U+FFFD.
+    KelString s(L"abc");
+    s.setAt(1, '\xE9');
+    EXPECT_EQ(static_cast<unsigned long>(s[1]), 0xFFFDul);
+}
