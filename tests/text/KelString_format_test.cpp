@@ -120,6 +120,8 @@ TEST(KelStringFormat, CharactersFollowTheFormatsWidth) {
 }
 
 TEST(KelStringFormat, NonAsciiArgumentsMeetThroughTheNarrowCodePage) {
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "needs UTF-8 as the narrow code page";
     KelString s;
     s.format(L"%S", "Tr\xC3\xA4ger");
     EXPECT_EQ(text(s), L"Tr\u00E4ger");

@@ -7,11 +7,22 @@
 
 #include <string>
 
-TEST(KelStringNarrowBytes, CodePageIs1252) {
+// On Windows the narrow code page is the system's, whatever KEL_ACP says.
+class KelStringNarrowBytes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (kelGetNarrowCodePage() != 1252)
+            GTEST_SKIP() << "needs code page 1252 as the narrow code page";
+    }
+};
+
+#if !defined(_WIN32)
+TEST(KelStringNarrowBytesSetting, CodePageIs1252) {
     ASSERT_EQ(kelGetNarrowCodePage(), 1252u);
 }
+#endif
 
-TEST(KelStringNarrowBytes, SetAtConvertsTheByteOnItsOwn) {
+TEST_F(KelStringNarrowBytes, SetAtConvertsTheByteOnItsOwn) {
     KelString s(L"cafe");
     s.setAt(3, '\xE9');
     EXPECT_STREQ(s.getStringW(), L"caf\u00E9");
@@ -19,7 +30,7 @@ TEST(KelStringNarrowBytes, SetAtConvertsTheByteOnItsOwn) {
     EXPECT_STREQ(s.getStringW(), L"\u20ACaf\u00E9");
 }
 
-TEST(KelStringNarrowBytes, ReplaceAndRemoveAllConvertTheirBytes) {
+TEST_F(KelStringNarrowBytes, ReplaceAndRemoveAllConvertTheirBytes) {
     KelString s(L"\u00E9t\u00E9");
     EXPECT_EQ(s.replace('\xE9', 'e'), 2);
     EXPECT_STREQ(s.getStringW(), L"ete");
@@ -28,7 +39,7 @@ TEST(KelStringNarrowBytes, ReplaceAndRemoveAllConvertTheirBytes) {
     EXPECT_STREQ(t.getStringW(), L"ab");
 }
 
-TEST(KelStringNarrowBytes, EscapeTextWithoutSelectorUsesTheNarrowCodePage) {
+TEST_F(KelStringNarrowBytes, EscapeTextWithoutSelectorUsesTheNarrowCodePage) {
     KelString s;
     s.setFromMIFString("caf\xE9");
     EXPECT_STREQ(s.getStringW(), L"caf\u00E9");
@@ -36,14 +47,14 @@ TEST(KelStringNarrowBytes, EscapeTextWithoutSelectorUsesTheNarrowCodePage) {
     EXPECT_STREQ(s.getStringW(), L"\u00E9\u00E9");
 }
 
-TEST(KelStringNarrowBytes, FindLastOfScansTheNarrowText) {
+TEST_F(KelStringNarrowBytes, FindLastOfScansTheNarrowText) {
     const KelString s(L"\u00E9.x.");
     ASSERT_EQ(std::string(s.getStringA()), "\xE9.x.");
     EXPECT_EQ(s.find_last_of('.'), 3);
     EXPECT_EQ(s.find_last_of('\xE9'), 0);
 }
 
-TEST(KelStringNarrowBytes, NarrowFormatArgumentsUseTheNarrowCodePage) {
+TEST_F(KelStringNarrowBytes, NarrowFormatArgumentsUseTheNarrowCodePage) {
     KelString s;
     s.format(L"%S|%C", "\xE9t\xE9", '\x80');
     EXPECT_STREQ(s.getStringW(), L"\u00E9t\u00E9|\u20AC");
@@ -51,7 +62,7 @@ TEST(KelStringNarrowBytes, NarrowFormatArgumentsUseTheNarrowCodePage) {
     EXPECT_STREQ(s.getStringW(), L"\u00FC");
 }
 
-TEST(KelStringNarrowBytes, DoubleToStringAndFormatTime) {
+TEST_F(KelStringNarrowBytes, DoubleToStringAndFormatTime) {
     EXPECT_STREQ(KelString::doubleToString(2.5, 3).getStringW(), L"2.5");
     struct tm t = {};
     t.tm_year = 115;
