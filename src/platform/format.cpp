@@ -540,9 +540,8 @@ private:
         } else {
             const char* text = argument != nullptr ? static_cast<const char*>(argument) : "(null)";
             if constexpr (kWideOutput) {
-                // Enough bytes for `limit` characters of any code page.
                 const size_t bytes =
-                    boundedLength(text, limit == SIZE_MAX ? SIZE_MAX : limit * 4 + 4);
+                    limit == SIZE_MAX ? boundedLength(text, limit) : bytesOfCharacters(text, limit);
                 std::wstring wide = toWide(std::string_view(text, bytes));
                 if (wide.size() > limit)
                     wide.resize(limit);
@@ -551,6 +550,38 @@ private:
                 padded(text, boundedLength(text, limit), d);
             }
         }
+    }
+
+    // The bytes that hold the first `count` characters of narrow text, read
+    // no further than needed: a precision may be the only bound of an
+    // argument without a terminator.
+    static size_t bytesOfCharacters(const char* text, size_t count) {
+        size_t bytes = boundedLength(text, count);
+        if (bytes < count)
+            return bytes;  // the terminator came first
+        if (narrowCodePage() == kCodePageUtf8) {
+            bytes = 0;
+            for (size_t n = 0; n < count && text[bytes] != '\0'; ++n)
+                bytes += utf8SequenceLength(text + bytes);
+            return bytes;
+        }
+        // Other code pages take at most two bytes a character.
+        while (bytes < 2 * count && text[bytes] != '\0' &&
+               toWide(std::string_view(text, bytes)).size() < count) {
+            ++bytes;
+        }
+        return bytes;
+    }
+
+    // The length of the UTF-8 sequence at `p`, stopping at a terminator or
+    // at a byte that cannot continue it.
+    static size_t utf8SequenceLength(const char* p) {
+        const auto lead = static_cast<unsigned char>(p[0]);
+        const size_t expected = lead < 0xC0 ? 1 : (lead < 0xE0 ? 2 : (lead < 0xF0 ? 3 : 4));
+        size_t length = 1;
+        while (length < expected && (static_cast<unsigned char>(p[length]) & 0xC0) == 0x80)
+            ++length;
+        return length;
     }
 
     // The length of a string argument, at most `limit`; the C library's
