@@ -15,9 +15,35 @@ long long currentTime() {
     return static_cast<long long>(_time64(nullptr));
 }
 
+namespace {
+
+// The calendar day before `day` (only ever 1970-01-01 back to 1969-12-31
+// here, or a day inside a month).
+void previousDay(struct tm& day) {
+    day.tm_wday = (day.tm_wday + 6) % 7;
+    if (day.tm_mday > 1) {
+        --day.tm_mday;
+        --day.tm_yday;
+        return;
+    }
+    day.tm_year -= 1;
+    day.tm_mon = 11;
+    day.tm_mday = 31;
+    day.tm_yday = 364;
+}
+
+}  // namespace
+
 bool localCalendarTime(long long time, struct tm& result) {
-    const __time64_t t = static_cast<__time64_t>(time);
-    return _localtime64_s(&result, &t) == 0;
+    // Some runtimes refuse times before the epoch, which the library's range
+    // starts 12 hours ahead of: those are read a day later and moved back.
+    const bool beforeEpoch = time < 0;
+    const __time64_t t = static_cast<__time64_t>(beforeEpoch ? time + 86400 : time);
+    if (_localtime64_s(&result, &t) != 0)
+        return false;
+    if (beforeEpoch)
+        previousDay(result);
+    return true;
 }
 
 bool environmentValue(const std::string& name, std::string& value) {
