@@ -433,9 +433,40 @@ private:
             m_out.appendAscii(large.data(), static_cast<size_t>(n));
     }
 
-    void integer(const Directive& d, long long value) { cFormat(d, "ll", 'd', value); }
+    // Whether a number is written as its plain digits: no flags, width or
+    // precision (the common "%d"), which needs no C library call.
+    static bool plain(const Directive& d) {
+        return !d.left && !d.plus && !d.space && !d.alternate && !d.zero && d.width == 0 &&
+               d.precision < 0;
+    }
+
+    void decimal(unsigned long long magnitude, bool negative) {
+        Char digits[24];
+        size_t n = sizeof digits / sizeof digits[0];
+        do {
+            digits[--n] = static_cast<Char>('0' + magnitude % 10);
+            magnitude /= 10;
+        } while (magnitude > 0);
+        if (negative)
+            digits[--n] = Char('-');
+        m_out.append(digits + n, sizeof digits / sizeof digits[0] - n);
+    }
+
+    void integer(const Directive& d, long long value) {
+        if (!plain(d)) {
+            cFormat(d, "ll", 'd', value);
+            return;
+        }
+        const unsigned long long magnitude =
+            value < 0 ? 0ull - static_cast<unsigned long long>(value) : value;
+        decimal(magnitude, value < 0);
+    }
 
     void integer(const Directive& d, unsigned long long value) {
+        if (d.conversion == 'u' && plain(d)) {
+            decimal(value, false);
+            return;
+        }
         cFormat(d, "ll", d.conversion, value);
     }
 
