@@ -93,8 +93,8 @@ private:
     int m_nonZero = 0;
 };
 
-// The walk of the natural comparison (steps 4.1 to 4.6) over two non-empty
-// texts; the result before the sign rule. The ends of the texts are found
+// The walk of the natural comparison, position by position, over two non-empty
+// texts; the result before negative texts are reversed. The ends of the texts are found
 // by their terminators, so no length is counted beforehand.
 int walk(const wchar_t* a, const wchar_t* b) {
     DigitText da(a);
