@@ -35,7 +35,7 @@ bool digitsToEnd(const std::wstring& s, size_t i) {
     return true;
 }
 
-// The natural comparison, one position at a time, exactly as written.
+// The natural comparison, one position at a time, without shortcuts.
 int literal(const std::wstring& a, const std::wstring& b) {
     if (a.empty() || b.empty())
         return a.empty() && b.empty() ? 0 : (a.empty() ? -1 : 1);
