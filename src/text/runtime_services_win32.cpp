@@ -17,33 +17,38 @@ long long currentTime() {
 
 namespace {
 
-// The calendar day before `day` (only ever 1970-01-01 back to 1969-12-31
-// here, or a day inside a month).
-void previousDay(struct tm& day) {
-    day.tm_wday = (day.tm_wday + 6) % 7;
-    if (day.tm_mday > 1) {
-        --day.tm_mday;
-        --day.tm_yday;
+bool runtimeLocalTime(long long time, struct tm& result) {
+    const __time64_t t = static_cast<__time64_t>(time);
+    return _localtime64_s(&result, &t) == 0;
+}
+
+// Sets a calendar time on 1970-01-01 or 1970-01-02 back by one day.
+void oneDayBack(struct tm& t) {
+    t.tm_wday = (t.tm_wday + 6) % 7;
+    if (t.tm_mday > 1) {
+        --t.tm_mday;
+        --t.tm_yday;
         return;
     }
-    day.tm_year -= 1;
-    day.tm_mon = 11;
-    day.tm_mday = 31;
-    day.tm_yday = 364;
+    t.tm_year -= 1;
+    t.tm_mon = 11;
+    t.tm_mday = 31;
+    t.tm_yday = 364;
 }
 
 }  // namespace
 
 bool localCalendarTime(long long time, struct tm& result) {
-    // Some runtimes refuse times before the epoch, which the library's range
-    // starts 12 hours ahead of: those are read a day later and moved back.
-    const bool beforeEpoch = time < 0;
-    const __time64_t t = static_cast<__time64_t>(beforeEpoch ? time + 86400 : time);
-    if (_localtime64_s(&result, &t) != 0)
-        return false;
-    if (beforeEpoch)
-        previousDay(result);
-    return true;
+    // The C runtime of MinGW programs (msvcrt.dll) converts no time before
+    // 1970, where that of Visual Studio takes the last day of 1969 too. Such
+    // a time converts as the same moment a day later, set back by a day.
+    if (time < 0 && time >= -86400) {
+        if (!runtimeLocalTime(time + 86400, result))
+            return false;
+        oneDayBack(result);
+        return true;
+    }
+    return runtimeLocalTime(time, result);
 }
 
 bool environmentValue(const std::string& name, std::string& value) {

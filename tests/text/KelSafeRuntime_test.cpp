@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -15,7 +14,12 @@
 #include <fstream>
 #include <string>
 
+#if !defined(_WIN32)
+#include <stdlib.h>  // realpath
+#endif
+
 #include "support/isolation.h"
+#include "support/system.h"
 #include "text/invalid_parameter_counter.h"
 
 namespace {
@@ -604,6 +608,20 @@ TYPED_TEST(SafeRuntime, ClockTextErrorTable) {
 
 // ----- environment --------------------------------------------------------------------------
 
+namespace {
+
+// The full path of an existing file, as the system spells it.
+std::string resolvedPath(const std::string& path) {
+#if defined(_WIN32)
+    return std::filesystem::absolute(path).lexically_normal().string();
+#else
+    char resolved[4096];
+    return ::realpath(path.c_str(), resolved) != nullptr ? resolved : "";
+#endif
+}
+
+}  // namespace
+
 TYPED_TEST(SafeRuntime, DupenvOfAnUnsetVariable) {
     using Char = TypeParam;
     kel::test::setEnv("KEL_TEST_UNSET", nullptr);
@@ -644,46 +662,40 @@ TYPED_TEST(SafeRuntime, DupenvErrorTable) {
     EXPECT_EQ(this->reports.calls(), 2);
 }
 
-namespace {
-
-namespace fs = std::filesystem;
-
-// The full path of an existing file as the system spells it.
-template <typename Char>
-Text<Char> fullPathOf(const fs::path& file) {
-    return T<Char>(fs::canonical(file).string().c_str());
-}
-
-}  // namespace
-
 TYPED_TEST(SafeRuntime, SearchenvLooksInTheCurrentDirectoryFirst) {
     using Char = TypeParam;
-    const fs::path dir = kel::test::tempDir();
-    fs::current_path(dir);
-    std::ofstream(dir / "here.txt") << "x";
+    const std::string dir = kel::test::tempDir();
+    std::filesystem::current_path(dir);
+    std::ofstream(dir + "/here.txt") << "x";
     kel::test::setEnv("KEL_TEST_SEARCH", "/nonexistent");
     Char path[512];
     EXPECT_EQ(TestFixture::A::searchenv(T<Char>("here.txt").c_str(),
                                         T<Char>("KEL_TEST_SEARCH").c_str(), path, 512),
               0);
-    EXPECT_EQ(Text<Char>(path), fullPathOf<Char>(dir / "here.txt"));
+    const std::string resolved = resolvedPath(dir + "/here.txt");
+    ASSERT_FALSE(resolved.empty());
+    EXPECT_EQ(Text<Char>(path), T<Char>(resolved.c_str()));
 }
 
 TYPED_TEST(SafeRuntime, SearchenvThenEachDirectoryOfTheVariable) {
     using Char = TypeParam;
-    const fs::path dir = kel::test::tempDir();
-    fs::current_path(dir);
-    fs::create_directory(dir / "one");
-    fs::create_directory(dir / "two");
-    std::ofstream(dir / "two" / "found.cfg") << "x";
+    const std::string dir = kel::test::tempDir();
+    std::filesystem::current_path(dir);
+    std::filesystem::create_directory(dir + "/one");
+    std::filesystem::create_directory(dir + "/two");
+    std::ofstream(dir + "/two/found.cfg") << "x";
+    // ";" separates the directories, and on POSIX ":" too (on Windows ":"
+    // belongs to a drive).
     const std::string list =
-        (dir / "missing").string() + ";" + (dir / "one").string() + ";" + (dir / "two").string();
+        dir + "/missing;" + dir + "/one" + (kel::test::kWindows ? ";" : ":") + dir + "/two";
     kel::test::setEnv("KEL_TEST_SEARCH", list.c_str());
     Char path[512];
     EXPECT_EQ(TestFixture::A::searchenv(T<Char>("found.cfg").c_str(),
                                         T<Char>("KEL_TEST_SEARCH").c_str(), path, 512),
               0);
-    EXPECT_EQ(Text<Char>(path), fullPathOf<Char>(dir / "two" / "found.cfg"));
+    const std::string resolved = resolvedPath(dir + "/two/found.cfg");
+    ASSERT_FALSE(resolved.empty());
+    EXPECT_EQ(Text<Char>(path), T<Char>(resolved.c_str()));
     // Too small for the path: ERANGE and an empty result, without a report.
     path[0] = Char('x');
     EXPECT_EQ(TestFixture::A::searchenv(T<Char>("found.cfg").c_str(),
@@ -692,23 +704,6 @@ TYPED_TEST(SafeRuntime, SearchenvThenEachDirectoryOfTheVariable) {
     EXPECT_EQ(path[0], Char(0));
     EXPECT_EQ(this->reports.calls(), 0);
 }
-
-#if !defined(_WIN32)
-TYPED_TEST(SafeRuntime, SearchenvAcceptsColonSeparatedListsOnPosix) {
-    using Char = TypeParam;
-    const fs::path dir = kel::test::tempDir();
-    fs::current_path(dir);
-    fs::create_directory(dir / "bin");
-    std::ofstream(dir / "bin" / "tool") << "x";
-    const std::string list = "/nonexistent:" + (dir / "bin").string();
-    kel::test::setEnv("KEL_TEST_SEARCH", list.c_str());
-    Char path[512];
-    EXPECT_EQ(TestFixture::A::searchenv(T<Char>("tool").c_str(), T<Char>("KEL_TEST_SEARCH").c_str(),
-                                        path, 512),
-              0);
-    EXPECT_EQ(Text<Char>(path), fullPathOf<Char>(dir / "bin" / "tool"));
-}
-#endif
 
 TYPED_TEST(SafeRuntime, SearchenvErrorTable) {
     using Char = TypeParam;
@@ -826,9 +821,8 @@ TEST(SafeRuntimeTime, LocalTimeOfTheEpochInUtc) {
     EXPECT_EQ(result.tm_yday, 1);
 }
 
-#if !defined(_WIN32)
-// The Windows runtime's TZ variable has no rules for summer time.
 TEST(SafeRuntimeTime, LocalTimeFollowsTheTimeZone) {
+    KEL_SKIP_UNDER_WINE("Wine's C runtime takes no daylight saving time from TZ");
     kel::test::setEnv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     tzset();
     struct tm result = {};
@@ -839,7 +833,6 @@ TEST(SafeRuntimeTime, LocalTimeFollowsTheTimeZone) {
     kel::test::setEnv("TZ", nullptr);
     tzset();
 }
-#endif
 
 TEST(SafeRuntimeTime, LocalTimeRangeAndErrors) {
     kel::test::setEnv("TZ", "UTC");
