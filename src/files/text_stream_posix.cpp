@@ -74,13 +74,8 @@ ssize_t cookieWrite(void* cookie, const char* buffer, size_t size) {
     return static_cast<ssize_t>(written);
 }
 
-// A position inside the byte-order mark is moved behind it, so that
-// rewinding an encoded stream comes back to its first character.
 int cookieSeek(void* cookie, off64_t* offset, int whence) {
-    const StreamState* state = static_cast<StreamState*>(cookie);
-    off64_t result = ::lseek64(state->fd, *offset, whence);
-    if (result >= 0 && result < state->markLength)
-        result = ::lseek64(state->fd, state->markLength, SEEK_SET);
+    const off64_t result = ::lseek64(static_cast<StreamState*>(cookie)->fd, *offset, whence);
     if (result < 0)
         return -1;
     *offset = result;
@@ -136,7 +131,8 @@ bool writeAll(int fd, const char* bytes, size_t length) {
 // Decides the encoding of a stream opened in an encoded mode: a new (or
 // empty) file being written gets the mode's mark; an existing file is
 // read by its mark, else in the mode's own encoding.
-bool prepareEncoding(StreamState& state, const StreamMode& mode, off64_t size) {
+bool prepareEncoding(StreamState& state, const StreamMode& mode, off64_t size,
+                     const NativePath& path) {
     const bool createsText = mode.access == 'w' || (mode.access == 'a' && size == 0);
     if (createsText) {
         const bool utf8 = mode.encoding == ModeEncoding::Utf8;
@@ -146,7 +142,15 @@ bool prepareEncoding(StreamState& state, const StreamMode& mode, off64_t size) {
         return writeAll(state.fd, mark, static_cast<size_t>(state.markLength));
     }
     unsigned char head[3] = {};
-    const ssize_t n = ::pread64(state.fd, head, sizeof head, 0);
+    ssize_t n = ::pread64(state.fd, head, sizeof head, 0);
+    if (n < 0 && errno == EBADF) {
+        // Opened for appending only: the mark is read through a second
+        // descriptor.
+        const int reader = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        n = reader < 0 ? 0 : ::pread64(reader, head, sizeof head, 0);
+        if (reader >= 0)
+            ::close(reader);
+    }
     if (n == 3 && head[0] == 0xEF && head[1] == 0xBB && head[2] == 0xBF) {
         state.encoding = FileEncoding::Utf8;
         state.markLength = 3;
@@ -387,7 +391,7 @@ int openTextStream(std::FILE** stream, std::wstring_view name, std::wstring_view
     }
     auto* state = new StreamState;
     state->fd = fd;
-    if (mode.encoding != ModeEncoding::None && !prepareEncoding(*state, mode, info.st_size)) {
+    if (mode.encoding != ModeEncoding::None && !prepareEncoding(*state, mode, info.st_size, path)) {
         const int error = errno != 0 ? errno : EIO;
         ::close(fd);
         delete state;
@@ -541,11 +545,18 @@ int streamEof(std::FILE* stream) {
 int seekStream(std::FILE* stream, long long offset, int origin) {
     if (stream == nullptr)
         return -1;
-    if (StreamState* state = stateOf(stream))
+    StreamState* state = stateOf(stream);
+    if (state != nullptr)
         state->pending.clear();
     if (t_lastRead.stream == stream)
         t_lastRead = LastRead();
-    return ::fseeko64(stream, static_cast<off64_t>(offset), origin) == 0 ? 0 : -1;
+    if (::fseeko64(stream, static_cast<off64_t>(offset), origin) != 0)
+        return -1;
+    // A position inside the byte-order mark is moved behind it, so that
+    // rewinding an encoded stream comes back to its first character.
+    if (state != nullptr && state->markLength > 0 && ::ftello64(stream) < state->markLength)
+        return ::fseeko64(stream, state->markLength, SEEK_SET) == 0 ? 0 : -1;
+    return 0;
 }
 
 int tellStream(std::FILE* stream, long long& position) {
