@@ -18,9 +18,13 @@ using kel::detail::withBackslashes;
 // The block size of the copies into the archive.
 constexpr unsigned long kCopyBlock = 2048;
 
-// "Version made by": MS-DOS, so that readers take the external attributes
-// as the Windows attribute bits they are.
+// "Version made by": a file system with Windows attribute bits, so that
+// readers take the external attributes as such. Plain ASCII names say
+// MS-DOS, whose readers also turn "\" into folders; names in UTF-8 say
+// VFAT (format version 2.0), because readers convert MS-DOS names from the
+// OEM code page whatever the UTF-8 flag says.
 constexpr uLong kMadeByDos = 0;
+constexpr uLong kMadeByVfat = (14 << 8) | 20;
 
 constexpr uLong kUtf8Flag = 0x800;
 
@@ -60,8 +64,8 @@ bool openEntry(zipFile zip, const std::wstring& name, const zip_fileinfo& info) 
     const std::string bytes = kel::detail::entryNameBytes(name, utf8);
     return zipOpenNewFileInZip4_64(zip, bytes.c_str(), &info, nullptr, 0, nullptr, 0, nullptr,
                                    Z_DEFLATED, Z_DEFAULT_COMPRESSION, 0, -MAX_WBITS, DEF_MEM_LEVEL,
-                                   Z_DEFAULT_STRATEGY, nullptr, 0, kMadeByDos, utf8 ? kUtf8Flag : 0,
-                                   0) == ZIP_OK;
+                                   Z_DEFAULT_STRATEGY, nullptr, 0, utf8 ? kMadeByVfat : kMadeByDos,
+                                   utf8 ? kUtf8Flag : 0, 0) == ZIP_OK;
 }
 
 // The doubled forward separator this operation writes for every "\":
