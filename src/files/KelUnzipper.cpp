@@ -312,11 +312,15 @@ bool KelUnzipper::UnzipFile(int index, const wchar_t* folder, bool ignorePath) {
 bool KelUnzipper::UnzipTo(const wchar_t* folder, bool ignorePath) {
     if (m_uzFile == nullptr || !CreateFolder(folder) || GetFileCount() == 0 || !GotoFirstFile())
         return false;
+    int next = UNZ_OK;
     do {
         if (!UnzipFile(folder, ignorePath))
             return false;
-    } while (GotoNextFile());
-    return true;
+        next = unzGoToNextFile(archiveOf(m_uzFile));
+    } while (next == UNZ_OK);
+    // Only the end of the list is success: a directory that breaks off
+    // before its announced count is a damaged archive.
+    return next == UNZ_END_OF_LIST_OF_FILE;
 }
 
 bool KelUnzipper::Unzip(bool ignorePath) {
