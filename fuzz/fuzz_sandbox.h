@@ -3,6 +3,8 @@
 #ifndef KEL_FUZZ_FUZZ_SANDBOX_H
 #define KEL_FUZZ_FUZZ_SANDBOX_H
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
