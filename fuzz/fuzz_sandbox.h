@@ -13,12 +13,16 @@
 
 namespace kel::fuzz {
 
-// A folder of its own below the system's temporary folder, created on the
-// first call and removed when the process ends normally.
+// A folder of its own, created on the first call and removed when the
+// process ends normally.
 inline const std::filesystem::path& sandbox() {
     static const std::filesystem::path folder = [] {
-        std::filesystem::path path =
-            std::filesystem::temp_directory_path() / ("kel-fuzz-" + std::to_string(::getpid()));
+        // In memory where the system offers it: the targets write files
+        // for every input.
+        const std::filesystem::path base = std::filesystem::is_directory("/dev/shm")
+                                               ? std::filesystem::path("/dev/shm")
+                                               : std::filesystem::temp_directory_path();
+        std::filesystem::path path = base / ("kel-fuzz-" + std::to_string(::getpid()));
         std::filesystem::create_directories(path);
         std::atexit([] { std::filesystem::remove_all(sandbox()); });
         return path;
