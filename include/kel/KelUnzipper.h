@@ -94,7 +94,8 @@ public:
     bool UnzipFile(int index, const wchar_t* folder = nullptr, bool ignorePath = false);
 
     // Extracts every entry into `folder` (created first); false for an empty
-    // archive and at the first entry that fails.
+    // archive, at the first entry that fails, and when the archive's
+    // directory breaks off before its last entry.
     bool UnzipTo(const wchar_t* folder, bool ignorePath = false);
     // The same into the output folder.
     bool Unzip(bool ignorePath = false);

@@ -10,7 +10,8 @@
 //   writes UTF-16LE).
 // - Reading or appending an existing file, a mark decides the encoding
 //   (UTF-8 or UTF-16LE) and is skipped; without one the mode's own encoding
-//   applies (UTF-8 for UNICODE). Seeking into the mark lands behind it.
+//   applies (UTF-8 for UNICODE). Seeking into the mark (seekStream) lands
+//   behind it.
 // - Wide text is encoded into the file's encoding; narrow text is taken to
 //   be in the narrow code page and converted, so the file stays valid.
 // - Reading bytes from an encoded stream delivers UTF-16LE code units, as

@@ -5,7 +5,8 @@
 // byte functions work on it, and so that closing it by any means releases
 // what the library keeps about it. The cookie reads and writes the file's
 // bytes unchanged; the encoding work happens in the functions below, which
-// look the stream's state up by its FILE pointer.
+// look the stream's state up by its FILE pointer. (The cookie itself never
+// moves a position: the C library assumes a seek lands where it asked.)
 
 #include <fcntl.h>
 #include <sys/stat.h>
