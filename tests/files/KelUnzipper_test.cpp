@@ -2,7 +2,6 @@
 
 #include <kel/Kel.h>
 
-#include <sys/stat.h>
 #include <zlib.h>
 
 #include <ctime>
@@ -218,10 +217,7 @@ TEST(KelUnzipper, SetFileModTime_TakesTheDosDateAsLocalTime) {
     const unsigned long dos =
         ((29ul << 9 | 6ul << 5 | 15ul) << 16) | (13ul << 11 | 45ul << 5 | 15ul);
     ASSERT_TRUE(UnzipperProbe::SetFileModTime(widePathIn("m.txt").c_str(), dos));
-    struct stat info = {};
-    ASSERT_EQ(stat(pathIn("m.txt").c_str(), &info), 0);
-    std::tm local = {};
-    localtime_r(&info.st_mtime, &local);
+    const std::tm local = kel::test::localTime(kel::test::modificationTime(pathIn("m.txt")));
     EXPECT_EQ(local.tm_year, 109);
     EXPECT_EQ(local.tm_mon, 5);
     EXPECT_EQ(local.tm_mday, 15);

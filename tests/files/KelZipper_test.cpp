@@ -213,8 +213,7 @@ TEST(KelZipper, Entries_CarryTimeAttributesAndTheUtf8FlagForOtherNames) {
     EXPECT_EQ(info.dwInternalAttrib & ~1u, 0u);
     EXPECT_EQ(info.dwFlags & 0x800, 0u);
     EXPECT_FALSE(info.bFolder);
-    std::tm local = {};
-    localtime_r(&when, &local);
+    const std::tm local = kel::test::localTime(when);
     const uint32_t date = info.dwDosDate >> 16;
     EXPECT_EQ(static_cast<int>(date >> 9) + 1980, local.tm_year + 1900);
     EXPECT_EQ(static_cast<int>((date >> 5) & 0xF), local.tm_mon + 1);

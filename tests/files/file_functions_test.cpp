@@ -2,8 +2,6 @@
 
 #include <kel/Kel.h>
 
-#include <sys/stat.h>
-
 #include <cstring>
 #include <filesystem>
 

@@ -10,6 +10,8 @@
 
 #include "support/isolation.h"
 
+#include <sys/stat.h>
+
 #if !defined(_WIN32)
 #include <sys/wait.h>
 #endif
@@ -91,8 +93,32 @@ Bytes textBytes(size_t count, uint32_t seed) {
     return bytes;
 }
 
+time_t modificationTime(const std::string& path) {
+#if defined(_WIN32)
+    struct _stat64 info = {};
+    return _wstat64(widen(path).c_str(), &info) == 0 ? static_cast<time_t>(info.st_mtime) : 0;
+#else
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mtime : 0;
+#endif
+}
+
+std::tm localTime(time_t when) {
+    std::tm local = {};
+#if defined(_WIN32)
+    localtime_s(&local, &when);
+#else
+    localtime_r(&when, &local);
+#endif
+    return local;
+}
+
 int run(const std::string& command, std::string* output) {
+#if defined(_WIN32)
+    FILE* pipe = ::_popen(command.c_str(), "r");
+#else
     FILE* pipe = ::popen(command.c_str(), "r");
+#endif
     if (pipe == nullptr)
         return -1;
     std::string text;
@@ -100,7 +126,11 @@ int run(const std::string& command, std::string* output) {
     size_t n = 0;
     while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
         text.append(buffer, n);
+#if defined(_WIN32)
+    const int status = ::_pclose(pipe);
+#else
     const int status = ::pclose(pipe);
+#endif
     if (output != nullptr)
         *output = text;
 #if defined(_WIN32)

@@ -6,6 +6,7 @@
 #define KEL_TESTS_FILES_FILE_TEST_SUPPORT_H
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,12 @@ int run(const std::string& command, std::string* output = nullptr);
 
 // The command quoted for the shell.
 std::string quoted(const std::string& text);
+
+// The last-write time of a file, 0 when it cannot be read.
+time_t modificationTime(const std::string& path);
+
+// A time on the local clock.
+std::tm localTime(time_t when);
 
 // UTF-8 and wide text (file names on POSIX are UTF-8).
 std::string narrowPath(const std::wstring& path);
