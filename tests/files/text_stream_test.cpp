@@ -7,8 +7,17 @@
 
 #include "file_test_support.h"
 #include "files/text_stream.h"
+#include "support/system.h"
 
 namespace {
+
+// On Windows the runtime's own encoded modes do this work, in text mode
+// (CR LF line ends), with the system's code page (1252 under Wine) and
+// with its own byte-order-mark handling; these expected bytes are those of
+// the library's transcoding layer for other systems.
+constexpr char kWindowsRuntimeDiffers[] =
+    "expects the bytes of the library's own transcoding layer; the Windows runtime's "
+    "encoded text modes differ (open item of the Windows half)";
 
 using kel::detail::ModeEncoding;
 using kel::detail::parseStreamMode;
@@ -80,6 +89,7 @@ TEST(TextStream, OddByteReads_KeepTheRestOfAUnitForTheNextRead) {
 }
 
 TEST(TextStream, RewindingAnEncodedStream_LandsBehindTheMark) {
+    KEL_SKIP_ON_WINDOWS(kWindowsRuntimeDiffers);
     writeAll(pathIn("m.txt"), Bytes{0xFF, 0xFE, 'x', 0});
     std::FILE* stream = openWith("m.txt", L"r, ccs=UNICODE");
     long long position = 0;
@@ -103,6 +113,7 @@ TEST(TextStream, ClosingWithFclose_ForgetsTheStream) {
 }
 
 TEST(TextStream, UpdateModes_ReadAndWriteTheSameEncoding) {
+    KEL_SKIP_ON_WINDOWS(kWindowsRuntimeDiffers);
     std::FILE* stream = openWith("u.txt", L"w+, ccs=UTF-16LE");
     EXPECT_EQ(kel::detail::writeWide(stream, L"\u00E4b"), 0);
     EXPECT_EQ(kel::detail::seekStream(stream, 0, SEEK_SET), 0);
