@@ -21,4 +21,10 @@
 #include <kel/KelString.h>
 #include <kel/KelStringClassArray.h>
 
+// Files and archives
+#include <kel/KelCompression.h>
+#include <kel/KelFileAccess.h>
+#include <kel/KelUnzipper.h>
+#include <kel/KelZipper.h>
+
 #endif  // KEL_KEL_H
