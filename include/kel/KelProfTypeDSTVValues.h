@@ -138,7 +138,13 @@ private:
     double m_ALPHA_G;
     double m_EY;
     double m_EZ;
-    double m_unnamed;  // no accessor; copied with the record
+
+protected:
+    // The one dimension without an accessor: 0.0 unless copied from
+    // another record. Open to derived classes.
+    double m_unnamed;
+
+private:
     double m_W1;
     double m_W2;
     double m_W3;
