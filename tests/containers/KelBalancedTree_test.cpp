@@ -42,8 +42,8 @@ private:
     int m_answer;
 };
 
-// Opens the protected helpers for the tests.
-class Helpers : public KelBalancedTreeEntry {
+// The protected helpers, opened for the tests on entries of IntEntry type.
+class Helpers : public IntEntry {
 public:
     using KelBalancedTreeEntry::checkLeftInsert;
     using KelBalancedTreeEntry::checkLeftRemove;
@@ -52,13 +52,10 @@ public:
     using KelBalancedTreeEntry::inorderPredecessor;
     using KelBalancedTreeEntry::rotateLeft;
     using KelBalancedTreeEntry::rotateRight;
-    int compare(const KelBalancedTreeEntry&) const override { return 0; }
-    static void correct(KelBalancedTreeEntry* node) {
-        static_cast<Helpers*>(node)->checkAndCorrectBalanceStatus();
-    }
-    static void setChildWeights(KelBalancedTreeEntry* node, eWeight left, eWeight right) {
-        static_cast<Helpers*>(node)->setWeightStatusToChilds(left, right);
-    }
+
+    explicit Helpers(int key) : IntEntry(key) {}
+    void correct() { checkAndCorrectBalanceStatus(); }
+    void setChildWeights(eWeight left, eWeight right) { setWeightStatusToChilds(left, right); }
 };
 
 int keyOf(const KelBalancedTreeEntry* entry) {
@@ -466,22 +463,21 @@ TEST(KelBalancedTree, CheckAndCorrectBalanceStatus_FollowsTheTable) {
          KelBalancedTreeEntry::eBalanced},
     };
     for (const Row& row : rows) {
-        IntEntry* node = new IntEntry(2);
+        Helpers* node = new Helpers(2);
         node->left = new IntEntry(1);
         node->right = new IntEntry(3);
         node->left->weight = KelBalancedTreeEntry::eRightHeavy;
         node->right->weight = KelBalancedTreeEntry::eLeftHeavy;
         node->weight = row.own;
-        Helpers::correct(node);
+        node->correct();
         EXPECT_EQ(node->left->weight, row.left);
         EXPECT_EQ(node->right->weight, row.right);
         delete node;
     }
-    IntEntry lonely(1);
+    Helpers lonely(1);
     lonely.weight = KelBalancedTreeEntry::eLeftHeavy;
-    Helpers::correct(&lonely);  // no children: nothing to set
-    Helpers::setChildWeights(&lonely, KelBalancedTreeEntry::eLeftHeavy,
-                             KelBalancedTreeEntry::eLeftHeavy);
+    lonely.correct();  // no children: nothing to set
+    lonely.setChildWeights(KelBalancedTreeEntry::eLeftHeavy, KelBalancedTreeEntry::eLeftHeavy);
     EXPECT_EQ(lonely.weight, KelBalancedTreeEntry::eLeftHeavy);
 }
 
