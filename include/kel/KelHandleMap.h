@@ -64,9 +64,9 @@ private:
 
     // The node for `key`, or null.
     Node* find(__int64 key) const;
-    // Inserts an absent key (growing the table first); returns its node, or
-    // null when the map cannot grow any further.
-    Node* insertNew(__int64 key, __int64 value);
+    // Makes room, then inserts the pair when the key is absent and, with
+    // `overwrite`, replaces the value of a present one.
+    void insert(__int64 key, __int64 value, bool overwrite);
     // Makes room for `needed` pairs: rebuilds with the first prime that is
     // at least `needed` when that exceeds the bucket count.
     void reserve(long needed);

@@ -4,12 +4,11 @@
 #include <kel/KelHandleMap.h>
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <utility>
+#include <vector>
 
 struct KelHandleMap::Node {
     Node* next;
@@ -38,19 +37,29 @@ constexpr int kPrimeCount = sizeof(kPrimes) / sizeof(kPrimes[0]);
 constexpr int kSmallestBlock = 16;
 constexpr int kLargestBlock = 65536;
 
-// hash % kPrimes[I]: with a constant divisor the compiler replaces the
-// 64-bit division by a multiplication. One instance per prime.
-template <size_t I>
-size_t modPrime(uint64_t hash) {
-    return static_cast<size_t>(hash % kPrimes[I]);
+// hash % kPrimes[index]. A constant divisor in each case lets the compiler
+// replace the 64-bit division by a multiplication, which keeps a lookup to
+// a handful of instructions.
+inline size_t reduce(uint64_t hash, int index) {
+    // clang-format off
+    switch (index) {
+        case 0: return hash % kPrimes[0];    case 1: return hash % kPrimes[1];
+        case 2: return hash % kPrimes[2];    case 3: return hash % kPrimes[3];
+        case 4: return hash % kPrimes[4];    case 5: return hash % kPrimes[5];
+        case 6: return hash % kPrimes[6];    case 7: return hash % kPrimes[7];
+        case 8: return hash % kPrimes[8];    case 9: return hash % kPrimes[9];
+        case 10: return hash % kPrimes[10];  case 11: return hash % kPrimes[11];
+        case 12: return hash % kPrimes[12];  case 13: return hash % kPrimes[13];
+        case 14: return hash % kPrimes[14];  case 15: return hash % kPrimes[15];
+        case 16: return hash % kPrimes[16];  case 17: return hash % kPrimes[17];
+        case 18: return hash % kPrimes[18];  case 19: return hash % kPrimes[19];
+        case 20: return hash % kPrimes[20];  case 21: return hash % kPrimes[21];
+        case 22: return hash % kPrimes[22];  case 23: return hash % kPrimes[23];
+        case 24: return hash % kPrimes[24];  case 25: return hash % kPrimes[25];
+        case 26: return hash % kPrimes[26];  default: return hash % kPrimes[27];
+    }
+    // clang-format on
 }
-
-template <size_t... I>
-constexpr std::array<size_t (*)(uint64_t), sizeof...(I)> makeReducers(std::index_sequence<I...>) {
-    return {&modPrime<I>...};
-}
-
-constexpr auto kReducers = makeReducers(std::make_index_sequence<kPrimeCount>());
 
 // The first prime of the list that is at least `needed` (the last one
 // when none is).
@@ -100,18 +109,11 @@ KelHandleMap::~KelHandleMap() {
 }
 
 void KelHandleMap::addTuple(__int64 key, __int64 value) {
-    reserve(static_cast<long>(m_count) + 1);
-    if (find(key) == nullptr)
-        insertNew(key, value);
+    insert(key, value, false);
 }
 
 int KelHandleMap::setAt(__int64 key, __int64 value) {
-    reserve(static_cast<long>(m_count) + 1);
-    Node* node = find(key);
-    if (node != nullptr)
-        node->value = value;
-    else
-        insertNew(key, value);
+    insert(key, value, true);
     return 1;
 }
 
@@ -170,17 +172,26 @@ KelHandleMap::Node* KelHandleMap::find(__int64 key) const {
     return nullptr;
 }
 
-KelHandleMap::Node* KelHandleMap::insertNew(__int64 key, __int64 value) {
+void KelHandleMap::insert(__int64 key, __int64 value, bool overwrite) {
+    // The room for one more pair is made first, also when the key turns out
+    // to be present.
+    reserve(static_cast<long>(m_count) + 1);
+    Node*& head = m_buckets[static_cast<long>(bucketOf(key))];
+    for (Node* node = head; node != nullptr; node = node->next) {
+        if (node->key == key) {
+            if (overwrite)
+                node->value = value;
+            return;
+        }
+    }
     if (m_count == INT_MAX)
-        return nullptr;
+        return;
     Node* node = allocateNode();
     if (node == nullptr)
-        return nullptr;
-    Node*& head = m_buckets[static_cast<long>(bucketOf(key))];
+        return;
     *node = {head, key, value};
     head = node;
     ++m_count;
-    return node;
 }
 
 void KelHandleMap::reserve(long needed) {
@@ -196,35 +207,30 @@ void KelHandleMap::rebuild(int primeIndex) {
     // then simply keeps its chains longer.
     if (kPrimes[primeIndex] > static_cast<uint64_t>(INT_MAX))
         return;
-    const long oldLength = m_buckets.length();
     const long newLength = static_cast<long>(kPrimes[primeIndex]);
     try {
+        std::vector<Node*> chains(m_buckets.getData(), m_buckets.getData() + m_buckets.length());
         m_buckets.setLogicalLength(newLength);
+        std::memset(static_cast<void*>(m_buckets.getData()), 0, sizeof(Node*) * newLength);
+        m_primeIndex = primeIndex;
+        // Old buckets from 0 upwards, each chain from its head; every node
+        // goes to the head of its new bucket.
+        for (Node* chain : chains) {
+            for (Node* node = chain; node != nullptr;) {
+                Node* next = node->next;
+                Node*& head = m_buckets[static_cast<long>(bucketOf(node->key))];
+                node->next = head;
+                head = node;
+                node = next;
+            }
+        }
     } catch (const std::bad_alloc&) {
-        m_buckets.setLogicalLength(oldLength);
-        return;
-    }
-    // Chain every node together in the old bucket order, then deal them out.
-    Node* all = nullptr;
-    Node** tail = &all;
-    for (long b = 0; b < oldLength; ++b) {
-        *tail = m_buckets[b];
-        while (*tail != nullptr)
-            tail = &(*tail)->next;
-    }
-    std::memset(static_cast<void*>(m_buckets.getData()), 0, sizeof(Node*) * newLength);
-    m_primeIndex = primeIndex;
-    for (Node* node = all; node != nullptr;) {
-        Node* next = node->next;
-        Node*& head = m_buckets[static_cast<long>(bucketOf(node->key))];
-        node->next = head;
-        head = node;
-        node = next;
+        // Nothing was changed: the table keeps its size.
     }
 }
 
 size_t KelHandleMap::bucketOf(__int64 key) const {
-    return kReducers[m_primeIndex](static_cast<uint64_t>(key));
+    return reduce(static_cast<uint64_t>(key), m_primeIndex);
 }
 
 KelHandleMap::Node* KelHandleMap::allocateNode() {
