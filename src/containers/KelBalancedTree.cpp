@@ -224,20 +224,21 @@ KelBalancedTreeIterator::~KelBalancedTreeIterator() = default;
 
 namespace {
 
-// The in-order neighbour of `node` on the side `near` of the order: the
-// successor with (right, left), the predecessor with (left, right).
+// The in-order neighbour of `node`: one `step` down and then `back` as far
+// as possible, or else up past every parent reached through `step`. The
+// successor is (right, left), the predecessor (left, right).
 KelBalancedTreeEntry* neighbour(KelBalancedTreeEntry* node,
-                                KelBalancedTreeEntry* KelBalancedTreeEntry::*near,
-                                KelBalancedTreeEntry* KelBalancedTreeEntry::*far) {
+                                KelBalancedTreeEntry* KelBalancedTreeEntry::*step,
+                                KelBalancedTreeEntry* KelBalancedTreeEntry::*back) {
     if (node == nullptr)
         return nullptr;
-    if (node->*near != nullptr) {
-        node = node->*near;
-        while (node->*far != nullptr)
-            node = node->*far;
+    if (node->*step != nullptr) {
+        node = node->*step;
+        while (node->*back != nullptr)
+            node = node->*back;
         return node;
     }
-    while (node->parent != nullptr && node == node->parent->*near)
+    while (node->parent != nullptr && node == node->parent->*step)
         node = node->parent;
     return node->parent;
 }

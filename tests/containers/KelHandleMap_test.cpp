@@ -273,10 +273,10 @@ TEST(KelHandleMap, AddItself_LeavesTheMapUnchanged) {
     std::sort(sortedBefore.begin(), sortedBefore.end());
     EXPECT_EQ(after, sortedBefore);
 
-    KelHandleMap small;
-    small.addTuple(5, 6);
-    small.add(small);
-    EXPECT_EQ(allPairs(small), (Pairs{{5, 6}}));
+    KelHandleMap single;
+    single.addTuple(5, 6);
+    single.add(single);
+    EXPECT_EQ(allPairs(single), (Pairs{{5, 6}}));
 }
 
 TEST(KelHandleMap, Copy_HasTheSamePairsInTheSameOrder) {
