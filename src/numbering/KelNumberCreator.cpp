@@ -2,8 +2,6 @@
 
 #include <kel/KelNumberCreator.h>
 
-#include <string>
-
 #include "numbering/symbols.h"
 
 using kel::detail::Symbols;
@@ -13,13 +11,6 @@ namespace {
 unsigned short firstUnitOf(const KelString& text) {
     const Symbols units = kel::detail::toSymbols(text);
     return units.empty() ? 0 : units.front();
-}
-
-KelString concatenate(const KelString& a, const KelString& b, const KelString& c) {
-    std::wstring text(a.getStringW());
-    text += b.getStringW();
-    text += c.getStringW();
-    return KelString(text.c_str());
 }
 
 }  // namespace
@@ -128,7 +119,7 @@ KelString KelNumberCreator::getNextNumber() {
     const KelString handedOut = m_current;
     Symbols digits = kel::detail::toSymbols(m_current);
     const unsigned short first = firstUnitOf(m_range.firstSymbol);
-    const int base = kel::detail::leadingInteger(m_range.firstSymbol);
+    const int base = m_range.firstSymbol.toInteger();
     const Symbols skipped = kel::detail::toSymbols(m_range.skippedSymbols);
     bool carry = true;
     for (size_t pos = digits.size(); pos > 0 && carry; --pos) {
@@ -138,12 +129,13 @@ KelString KelNumberCreator::getNextNumber() {
     if (carry) {
         // A decimal number counting from "0" never gains a leading zero. The
         // new leading symbol is not checked against the skip list.
-        const bool decimalFromZero = m_type == eDecimal && m_range.firstSymbol == KelString(L"0");
+        const bool decimalFromZero =
+            m_type == eDecimal && KelString::compareNoCase(m_range.firstSymbol, L"0") == 0;
         digits.insert(digits.begin(),
                       static_cast<unsigned short>(first + (decimalFromZero ? 1 : 0)));
     }
     m_current = kel::detail::fromSymbols(digits.data(), digits.size());
-    return concatenate(m_prefix, handedOut, m_suffix);
+    return m_prefix + handedOut + m_suffix;
 }
 
 unsigned short KelNumberCreator::stepPosition(unsigned short symbol, unsigned short first, int base,

@@ -1,8 +1,6 @@
 #include "numbering/symbols.h"
 
 #include <algorithm>
-#include <climits>
-#include <cwctype>
 
 namespace kel::detail {
 
@@ -25,28 +23,6 @@ bool occursIn(unsigned short symbol, const unsigned short* list, size_t length) 
     if (length == 0)
         return false;
     return symbol == 0 || std::find(list, list + length, symbol) != list + length;
-}
-
-int leadingInteger(const KelString& text) {
-    const wchar_t* p = text.getStringW();
-    while (std::iswspace(static_cast<wint_t>(*p)))
-        ++p;
-    const bool negative = *p == L'-';
-    if (*p == L'-' || *p == L'+')
-        ++p;
-    long long value = 0;
-    for (; *p >= L'0' && *p <= L'9'; ++p) {
-        value = value * 10 + (*p - L'0');
-        if (value > static_cast<long long>(INT_MAX) + 1)
-            break;  // already out of range either way
-    }
-    if (negative)
-        value = -value;
-    if (value > INT_MAX)
-        return INT_MAX;
-    if (value < INT_MIN)
-        return INT_MIN;
-    return static_cast<int>(value);
 }
 
 bool isDecimalText(const KelString& text) {

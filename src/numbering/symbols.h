@@ -35,11 +35,6 @@ KelString fromSymbols(const unsigned short* units, size_t count);
 // so found at the start of any list.
 bool occursIn(unsigned short symbol, const unsigned short* list, size_t length);
 
-// The leading number of the text as the runtime's _wtoi reads it: white
-// space, an optional sign, digits; 0 when there is none, INT_MAX / INT_MIN
-// when it does not fit.
-int leadingInteger(const KelString& text);
-
 // True when every character is a decimal digit '0'..'9' (the empty text too).
 bool isDecimalText(const KelString& text);
 
