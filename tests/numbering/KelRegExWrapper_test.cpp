@@ -126,4 +126,28 @@ TEST(KelRegExWrapper, Syntax_IsEcmaScript) {
     EXPECT_TRUE(matchWith(L"(?:ab)+", L"ababab", groups));
 }
 
+TEST(KelRegExWrapper, LongText_MatchesWithoutExhaustingTheStack) {
+    // The engine recurses once per repetition: 100,000 characters would
+    // need far more than a thread's usual stack.
+    const std::wstring text(100000, L'a');
+    Groups groups;
+    EXPECT_TRUE(matchWith(L"(a|b)*", text.c_str(), groups));
+    ASSERT_EQ(groups.length(), 2);
+    EXPECT_EQ(groups[0].length(), 100000);
+    EXPECT_EQ(std::wstring(groups[1].getStringW()), L"a");
+    const std::wstring other = text + L"c";
+    EXPECT_FALSE(matchWith(L"(a|b)*", other.c_str(), groups));
+    EXPECT_EQ(groups.length(), 2);
+}
+
+TEST(KelRegExWrapper, DeeplyNestedPattern_CompilesWithoutExhaustingTheStack) {
+    const std::wstring pattern = std::wstring(20000, L'(') + L"a" + std::wstring(20000, L')');
+    Groups groups;
+    EXPECT_TRUE(matchWith(pattern.c_str(), L"a", groups));
+    EXPECT_EQ(groups.length(), 20001);
+    const std::wstring unbalanced = std::wstring(20000, L'(') + L"a";
+    EXPECT_FALSE(matchWith(unbalanced.c_str(), L"a", groups));
+    EXPECT_EQ(groups.length(), 20001);
+}
+
 }  // namespace
