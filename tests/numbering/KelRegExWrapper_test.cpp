@@ -141,13 +141,16 @@ TEST(KelRegExWrapper, LongText_MatchesWithoutExhaustingTheStack) {
 }
 
 TEST(KelRegExWrapper, DeeplyNestedPattern_CompilesWithoutExhaustingTheStack) {
-    const std::wstring pattern = std::wstring(20000, L'(') + L"a" + std::wstring(20000, L')');
+    // 12,000 levels overflow an 8 MiB stack. (Under AddressSanitizer the
+    // error thrown from the depth of the unbalanced pattern stays within
+    // the 64 MiB that the sanitizer follows through an exception.)
+    const std::wstring pattern = std::wstring(12000, L'(') + L"a" + std::wstring(12000, L')');
     Groups groups;
     EXPECT_TRUE(matchWith(pattern.c_str(), L"a", groups));
-    EXPECT_EQ(groups.length(), 20001);
-    const std::wstring unbalanced = std::wstring(20000, L'(') + L"a";
+    EXPECT_EQ(groups.length(), 12001);
+    const std::wstring unbalanced = std::wstring(12000, L'(') + L"a";
     EXPECT_FALSE(matchWith(unbalanced.c_str(), L"a", groups));
-    EXPECT_EQ(groups.length(), 20001);
+    EXPECT_EQ(groups.length(), 12001);
 }
 
 }  // namespace
