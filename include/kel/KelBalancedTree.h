@@ -26,24 +26,28 @@
 
 class KelBalancedTree;
 
+// The result codes of the tree and its entries, shared by both classes so
+// that KelBalancedTree::eNoError and KelBalancedTreeEntry::eNoError name the
+// same value. Header-only: enumerators need no storage in the library.
+struct KelBalancedTreeResults {
+    enum eError : int {
+        eNoError = 0,
+        eAlreadyExists = 1,  // an entry comparing equal is already stored
+        eNullEntry = 2,      // a null entry, or a removal helper on an empty subtree
+    };
+};
+
 // The base class of every record stored in a KelBalancedTree.
 //
 // The links are open to client and derived code: the tree is intrusive, and
 // code that builds a removal on the protected helpers relinks entries itself.
-class KEL_API KelBalancedTreeEntry {
+class KEL_API KelBalancedTreeEntry : public KelBalancedTreeResults {
 public:
     // Balance state of a node. Note that balanced is 1, not 0.
     enum eWeight : int {
         eLeftHeavy = 0,   // the left subtree is one level higher
         eBalanced = 1,    // both subtrees have the same height
         eRightHeavy = 2,  // the right subtree is one level higher
-    };
-
-    // Results of insertion and of the removal helpers.
-    enum eError : int {
-        eNoError = 0,
-        eAlreadyExists = 1,  // an entry comparing equal is already stored
-        eNullEntry = 2,      // a null entry, or a removal helper on an empty subtree
     };
 
     // A balanced entry without links.
@@ -146,13 +150,8 @@ public:
 // Copies are shallow: a copy shares the entries (root pointer and count
 // are copied), and two copies of a populated tree must not both be
 // destroyed.
-class KEL_API KelBalancedTree {
+class KEL_API KelBalancedTree : public KelBalancedTreeResults {
 public:
-    using eError = KelBalancedTreeEntry::eError;
-    static constexpr eError eNoError = KelBalancedTreeEntry::eNoError;
-    static constexpr eError eAlreadyExists = KelBalancedTreeEntry::eAlreadyExists;
-    static constexpr eError eNullEntry = KelBalancedTreeEntry::eNullEntry;
-
     // An empty tree.
     KelBalancedTree();
     KelBalancedTree(const KelBalancedTree& other) = default;
