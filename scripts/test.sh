@@ -1,26 +1,32 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite: the default build, the sanitizer
-# build (AddressSanitizer + UndefinedBehaviorSanitizer), then a check of
-# the installed package and a bounded run of every fuzz target. Stops at
-# the first failure with a nonzero exit.
+# build (AddressSanitizer + UndefinedBehaviorSanitizer), the Windows build
+# (MinGW-w64) with its tests run under Wine, then a check of the installed
+# package and a bounded run of every fuzz target. Stops at the first
+# failure with a nonzero exit.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/deps.sh
 
 jobs=$(nproc)
+# run_preset <preset> [command that runs the tests' command]
 run_preset() {
     local preset=$1 start=$SECONDS
+    shift
     echo "=== $preset: configure and build"
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" -j "$jobs" >/dev/null
     echo "=== $preset: tests"
-    ctest --preset "$preset" -j "$jobs"
+    "$@" ctest --preset "$preset" -j "$jobs"
+    bash scripts/list-skipped.sh "build/$preset"
     echo "=== $preset: passed in $((SECONDS - start)) s"
 }
 
 run_preset default
 run_preset asan
+# Windows: a wine server runs for the whole of the mingw tests.
+run_preset mingw bash scripts/windows-wine.sh run build/mingw
 bash scripts/check-package.sh build/default
 bash scripts/fuzz.sh 100000
 echo "=== all tests passed"

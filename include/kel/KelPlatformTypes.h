@@ -15,8 +15,10 @@
 
 #if defined(_WIN32)
 
+// clang-format off
+#include <windows.h>  // first: the other system headers rely on its types
 #include <oleauto.h>
-#include <windows.h>
+// clang-format on
 
 #else  // !_WIN32
 

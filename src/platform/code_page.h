@@ -4,7 +4,8 @@
 // WideCharToMultiByte with flags 0: a source length of -1 converts up to and
 // including the terminator, a capacity of 0 measures, a result that does not
 // fit gives 0 with last error 122. Code page 0 is the process's narrow code
-// page (UTF-8 on POSIX unless KEL_ACP says otherwise).
+// page (UTF-8 on POSIX unless KEL_ACP says otherwise, the system's ANSI
+// code page on Windows).
 //
 //   wchar_t buffer[64];
 //   int n = multiByteToWide(kCodePageAcp, "abc", -1, buffer, 64);  // 4
@@ -31,7 +32,9 @@ unsigned int resolveCodePage(unsigned int codePage);
 // True when conversions with `codePage` are available on this system.
 bool isCodePageSupported(unsigned int codePage);
 
-// Narrow to wide. Invalid bytes become U+FFFD. Returns the number of wide
+// Narrow to wide. Invalid bytes become U+FFFD (on Windows, for the
+// code pages other than UTF-8, what the system gives: the code page's own
+// default character, such as U+30FB for 932). Returns the number of wide
 // characters written (or needed when `capacity` is 0), 0 on failure with
 // the last error set: 87 for a bad argument or unknown code page, 122 when
 // the result does not fit.
@@ -40,8 +43,9 @@ int multiByteToWide(unsigned int codePage, const char* source, int sourceLength,
 
 // Wide to narrow. A character the code page cannot represent becomes
 // `defaultChar` (when null: "?" for code pages other than UTF-8, the
-// encoded U+FFFD for UTF-8); `usedDefault`, when not null, tells whether
-// that happened. Results and failures as multiByteToWide.
+// encoded U+FFFD for UTF-8), never a look-alike ("best fit");
+// `usedDefault`, when not null, tells whether that happened. Results and
+// failures as multiByteToWide.
 int wideToMultiByte(unsigned int codePage, const wchar_t* source, int sourceLength, char* target,
                     int capacity, const char* defaultChar, bool* usedDefault);
 

@@ -15,9 +15,40 @@ long long currentTime() {
     return static_cast<long long>(_time64(nullptr));
 }
 
-bool localCalendarTime(long long time, struct tm& result) {
+namespace {
+
+bool runtimeLocalTime(long long time, struct tm& result) {
     const __time64_t t = static_cast<__time64_t>(time);
     return _localtime64_s(&result, &t) == 0;
+}
+
+// Sets a calendar time on 1970-01-01 or 1970-01-02 back by one day.
+void oneDayBack(struct tm& t) {
+    t.tm_wday = (t.tm_wday + 6) % 7;
+    if (t.tm_mday > 1) {
+        --t.tm_mday;
+        --t.tm_yday;
+        return;
+    }
+    t.tm_year -= 1;
+    t.tm_mon = 11;
+    t.tm_mday = 31;
+    t.tm_yday = 364;
+}
+
+}  // namespace
+
+bool localCalendarTime(long long time, struct tm& result) {
+    // The C runtime of MinGW programs (msvcrt.dll) converts no time before
+    // 1970, where that of Visual Studio takes the last day of 1969 too. Such
+    // a time converts as the same moment a day later, set back by a day.
+    if (time < 0 && time >= -86400) {
+        if (!runtimeLocalTime(time + 86400, result))
+            return false;
+        oneDayBack(result);
+        return true;
+    }
+    return runtimeLocalTime(time, result);
 }
 
 bool environmentValue(const std::string& name, std::string& value) {

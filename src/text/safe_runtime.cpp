@@ -59,7 +59,8 @@ struct Unit<unsigned short> {
     static unsigned short mapped(unsigned short c, wint_t (*map)(wint_t)) {
         if (c >= 0xD800 && c <= 0xDFFF)
             return c;
-        const wint_t result = map(c);
+        // wint_t is 16 bits wide on Windows, 32 elsewhere.
+        const unsigned long result = static_cast<unsigned long>(map(c));
         return result > 0xFFFF ? c : static_cast<unsigned short>(result);
     }
     static unsigned short upper(unsigned short c) { return mapped(c, std::towupper); }
@@ -197,7 +198,8 @@ errno_t appendStringN(Char* dst, size_t size, const Char* src, size_t count) {
         ++length;
     const size_t available = size - used;
     if (length < available) {
-        std::memmove(dst + used, src, length * sizeof(Char));
+        if (length > 0)  // src may be null when count is 0
+            std::memmove(dst + used, src, length * sizeof(Char));
         dst[used + length] = Char(0);
         return 0;
     }

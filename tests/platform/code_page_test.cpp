@@ -2,16 +2,30 @@
 
 #include <string>
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include "platform/code_page.h"
 #include "platform/last_error.h"
+#include "support/system.h"
 
 using namespace kel::detail;
 
 TEST(CodePage, NarrowCodePageIsUtf8ByDefault) {
+    KEL_SKIP_ON_WINDOWS("the narrow code page is the system's ANSI code page there");
     EXPECT_EQ(narrowCodePage(), 65001u);
     EXPECT_EQ(resolveCodePage(0), 65001u);
     EXPECT_EQ(resolveCodePage(932), 932u);
 }
+
+#if defined(_WIN32)
+TEST(CodePage, NarrowCodePageIsTheSystemAnsiCodePageOnWindows) {
+    EXPECT_EQ(narrowCodePage(), ::GetACP());
+    EXPECT_EQ(resolveCodePage(0), ::GetACP());
+    EXPECT_EQ(resolveCodePage(932), 932u);
+}
+#endif
 
 TEST(MultiByteToWide, MinusOneConvertsTheTerminatorToo) {
     wchar_t buffer[8];
@@ -81,7 +95,15 @@ TEST(MultiByteToWide, InvalidBytesBecomeReplacementCharacters) {
               L"a\uFFFD"
               L"b");
     // A lead byte of code page 932 without its trail byte.
+#if defined(_WIN32)
+    // The system's conversion gives the code page's own default character
+    // there (U+30FB for 932).
+    CPINFOEXW info = {};
+    ASSERT_TRUE(::GetCPInfoExW(932, 0, &info));
+    EXPECT_EQ(toWide("a\x81", 932), std::wstring(L"a") + info.UnicodeDefaultChar);
+#else
     EXPECT_EQ(toWide("a\x81", 932), L"a\uFFFD");
+#endif
 }
 
 TEST(WideToMultiByte, UnrepresentableCharactersBecomeTheDefault) {
@@ -96,6 +118,17 @@ TEST(WideToMultiByte, UnrepresentableCharactersBecomeTheDefault) {
     EXPECT_FALSE(usedDefault);
 }
 
+TEST(WideToMultiByte, NoLookAlikeReplacesAMissingCharacter) {
+    // U+0100 and U+2033 have look-alikes in Windows-1252 ("A", "\"");
+    // the conversion still gives the default character, on every system.
+    bool usedDefault = false;
+    char buffer[8];
+    const int n =
+        wideToMultiByte(1252, L"\u0100\u2033", 2, buffer, sizeof buffer, nullptr, &usedDefault);
+    EXPECT_EQ(std::string(buffer, n), "??");
+    EXPECT_TRUE(usedDefault);
+}
+
 TEST(WideToMultiByte, NullDefaultMeansQuestionMarkOutsideUtf8) {
     EXPECT_EQ(toNarrow(L"x\u03A9", 1252), "x?");
 }
@@ -107,14 +140,14 @@ TEST(WideToMultiByte, EastAsianRoundTrips) {
 
 TEST(WideToMultiByte, MinusOneCountsTheTerminator) {
     char buffer[8];
-    EXPECT_EQ(wideToMultiByte(kCodePageAcp, L"\u00E9", -1, buffer, 8, nullptr, nullptr), 3);
+    EXPECT_EQ(wideToMultiByte(kCodePageUtf8, L"\u00E9", -1, buffer, 8, nullptr, nullptr), 3);
     EXPECT_STREQ(buffer, "\xC3\xA9");
 }
 
 TEST(WideToMultiByte, TooSmallGivesZeroAndInsufficientBuffer) {
     char buffer[2];
     setLastError(0);
-    EXPECT_EQ(wideToMultiByte(kCodePageAcp, L"\u00E9", -1, buffer, 2, nullptr, nullptr), 0);
+    EXPECT_EQ(wideToMultiByte(kCodePageUtf8, L"\u00E9", -1, buffer, 2, nullptr, nullptr), 0);
     EXPECT_EQ(lastError(), kErrorInsufficientBuffer);
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/format.h"
+#include "support/system.h"
 
 using kel::detail::FormatStatus;
 using kel::detail::WideArgs;
@@ -106,10 +107,24 @@ TEST_F(FormatTest, NarrowFormatStringAndCharacterDirectives) {
     EXPECT_EQ(narrow("%wc", L'w'), "w");
 }
 
+namespace {
+
+// e-acute and the euro sign in the narrow code page.
+bool narrowSamples(std::string& eAcute, std::string& euro) {
+    const unsigned int codePage = kelGetNarrowCodePage();
+    return kel::test::narrowSample(codePage, L"\u00E9", eAcute) &&
+           kel::test::narrowSample(codePage, L"\u20AC", euro);
+}
+
+}  // namespace
+
 TEST_F(FormatTest, TextCrossesWidthsThroughTheNarrowCodePage) {
-    EXPECT_EQ(wide(L"%S", "\xC3\xA9"), L"\u00E9");
-    EXPECT_EQ(narrow("%S", L"\u00E9"), "\xC3\xA9");
-    EXPECT_EQ(narrow("%C", L'\u20AC'), "\xE2\x82\xAC");
+    std::string eAcute, euro;
+    if (!narrowSamples(eAcute, euro))
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
+    EXPECT_EQ(wide(L"%S", eAcute.c_str()), L"\u00E9");
+    EXPECT_EQ(narrow("%S", L"\u00E9"), eAcute);
+    EXPECT_EQ(narrow("%C", L'\u20AC'), euro);
 }
 
 TEST_F(FormatTest, NullStringsPrintNull) {
@@ -132,8 +147,21 @@ TEST_F(FormatTest, WidthPrecisionAndStar) {
     EXPECT_EQ(wide(L"[%3c]", L'x'), L"[  x]");
     EXPECT_EQ(wide(L"[%.2S]", "abc"), L"[ab]");
     EXPECT_EQ(narrow("[%6.3s]", "abcdef"), "[   abc]");
-    EXPECT_EQ(narrow("[%.1S]", L"\u00E9a"), "[]");  // two bytes do not fit in one
-    EXPECT_EQ(narrow("[%.2S]", L"\u00E9a"), "[\xC3\xA9]");
+}
+
+TEST_F(FormatTest, NarrowPrecisionCountsBytesOfWholeCharacters) {
+    std::string eAcute, euro;
+    if (!narrowSamples(eAcute, euro))
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
+    if (eAcute.size() == 2) {
+        EXPECT_EQ(narrow("[%.1S]", L"\u00E9a"), "[]");  // two bytes do not fit in one
+        EXPECT_EQ(narrow("[%.2S]", L"\u00E9a"), "[" + eAcute + "]");
+    } else {
+        EXPECT_EQ(narrow("[%.1S]", L"\u00E9a"), "[" + eAcute + "]");
+        EXPECT_EQ(narrow("[%.2S]", L"\u00E9a"), "[" + eAcute + "a]");
+    }
+    EXPECT_EQ(narrow("[%.3S]", L"\u20AC\u20AC"),
+              euro.size() == 3 ? "[" + euro + "]" : "[" + euro + euro + "]");
 }
 
 TEST_F(FormatTest, PrecisionDoesNotReadPastIt) {

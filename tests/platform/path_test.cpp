@@ -16,7 +16,13 @@ TEST(Path, SeparatorTest) {
     EXPECT_FALSE(isPathSeparator(L':'));
 }
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+TEST(Path, WindowsPathsStayWideWithBackslashes) {
+    EXPECT_EQ(toNativePath(L"C:/tmp\\d\u00E9j\u00E0/a.txt"), L"C:\\tmp\\d\u00E9j\u00E0\\a.txt");
+    EXPECT_EQ(toNativePath(L"//server/share/x"), L"\\\\server\\share\\x");
+    EXPECT_EQ(fromNativePath(L"C:\\tmp\\\u00E9"), L"C:\\tmp\\\u00E9");
+}
+#else
 TEST(Path, PosixPathsAreUtf8WithSlashes) {
     EXPECT_EQ(toNativePath(L"\\tmp\\d\u00E9j\u00E0\\a.txt"), "/tmp/d\xC3\xA9j\xC3\xA0/a.txt");
     EXPECT_EQ(fromNativePath("/tmp/\xC3\xA9"), L"/tmp/\u00E9");

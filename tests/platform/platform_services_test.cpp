@@ -2,24 +2,58 @@
 
 #include <kel/KelPlatform.h>
 
+#include <atomic>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include "support/isolation.h"
+#include "support/system.h"
 
 TEST(LastError, IsPerThread) {
-    kelSetLastError(1234);
+    // The two threads take turns by spinning on an atomic, not by a lock or
+    // a join: on Windows those are system calls, which may change the
+    // calling thread's last error themselves.
+    std::atomic<int> turn{0};
     unsigned long seenByOtherThread = 99;
+    unsigned long otherAfterItsOwnSet = 0;
     std::thread other([&] {
+        while (turn.load() != 1) {
+        }
         seenByOtherThread = kelGetLastError();
         kelSetLastError(42);
+        otherAfterItsOwnSet = kelGetLastError();
+        turn.store(2);
     });
+    kelSetLastError(1234);
+    turn.store(1);
+    while (turn.load() != 2) {
+    }
+    const unsigned long mine = kelGetLastError();
     other.join();
-    EXPECT_EQ(seenByOtherThread, 0ul);
-    EXPECT_EQ(kelGetLastError(), 1234ul);
+    EXPECT_EQ(mine, 1234ul);
+    EXPECT_EQ(otherAfterItsOwnSet, 42ul);
+    if (kel::test::kWindows) {
+        // The system's value: whatever the thread's start-up left there.
+        EXPECT_NE(seenByOtherThread, 1234ul);
+    } else {
+        EXPECT_EQ(seenByOtherThread, 0ul);
+    }
 }
+
+#if defined(_WIN32)
+TEST(LastError, IsTheSystemsOwnOnWindows) {
+    kelSetLastError(183);
+    EXPECT_EQ(::GetLastError(), 183ul);
+    ::SetLastError(1114);
+    EXPECT_EQ(kelGetLastError(), 1114ul);
+}
+#endif
 
 TEST(ThreadId, IsStableWithinAThreadAndDiffersBetweenThreads) {
     const unsigned long mine = kelGetCurrentThreadId();
@@ -36,6 +70,20 @@ TEST(ThreadId, IsStableWithinAThreadAndDiffersBetweenThreads) {
     distinct.insert(mine);
     EXPECT_EQ(distinct.size(), 5u);
 }
+
+#if defined(_WIN32)
+TEST(ThreadId, IsTheSystemsOwnOnWindows) {
+    EXPECT_EQ(kelGetCurrentThreadId(), ::GetCurrentThreadId());
+    unsigned long seen = 0;
+    unsigned long system = 1;
+    std::thread other([&] {
+        seen = kelGetCurrentThreadId();
+        system = ::GetCurrentThreadId();
+    });
+    other.join();
+    EXPECT_EQ(seen, system);
+}
+#endif
 
 namespace {
 std::vector<std::wstring> g_lines;
@@ -69,12 +117,47 @@ TEST(DebugOutput, DefaultIsSilentAndStderrOnRequest) {
     kelOutputDebugString(L"loud \u00E9");
     const std::string captured = testing::internal::GetCapturedStderr();
     kel::test::setEnv("KEL_DEBUG_OUTPUT", nullptr);
-#if defined(_WIN32)
-    EXPECT_NE(captured.find("loud"), std::string::npos);
-#else
-    EXPECT_EQ(captured, "loud \xC3\xA9\n");
-#endif
+    EXPECT_EQ(captured, "loud \xC3\xA9\n");  // UTF-8 on every system
 }
+
+#if defined(_WIN32)
+namespace {
+
+// What reached the debugger channel. OutputDebugString raises an exception
+// that a debugger would take; a vectored handler sees it first and passes
+// it on. The wide form carries the text itself, the narrow one its ANSI
+// conversion (which is the same for the ASCII text used here).
+std::vector<std::wstring> g_debuggerLines;
+
+LONG CALLBACK watchDebugOutput(EXCEPTION_POINTERS* pointers) {
+    constexpr DWORD kWidePrintException = 0x4001000A;
+    const EXCEPTION_RECORD* record = pointers->ExceptionRecord;
+    if (record->NumberParameters < 2)
+        return EXCEPTION_CONTINUE_SEARCH;
+    if (record->ExceptionCode == kWidePrintException) {
+        g_debuggerLines.emplace_back(
+            reinterpret_cast<const wchar_t*>(record->ExceptionInformation[1]));
+    } else if (record->ExceptionCode == DBG_PRINTEXCEPTION_C) {
+        const std::string text = reinterpret_cast<const char*>(record->ExceptionInformation[1]);
+        g_debuggerLines.emplace_back(text.begin(), text.end());
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
+TEST(DebugOutput, DefaultGoesToTheDebuggerOnWindows) {
+    g_debuggerLines.clear();
+    kel::test::setEnv("KEL_DEBUG_OUTPUT", nullptr);
+    void* watcher = ::AddVectoredExceptionHandler(1, watchDebugOutput);
+    ASSERT_NE(watcher, nullptr);
+    kelOutputDebugString(L"kel: to the debugger");
+    ::RemoveVectoredExceptionHandler(watcher);
+    ASSERT_FALSE(g_debuggerLines.empty());
+    for (const std::wstring& line : g_debuggerLines)
+        EXPECT_EQ(line, L"kel: to the debugger");
+}
+#endif
 
 namespace {
 int g_handlerCalls = 0;

@@ -228,17 +228,29 @@ TEST(KelStringClock, TimeIsHoursMinutesSeconds) {
     EXPECT_LE(hours, 23);
 }
 
+namespace {
+
+struct tm localTime(time_t t) {
+    struct tm local = {};
+#if defined(_WIN32)
+    localtime_s(&local, &t);
+#else
+    localtime_r(&t, &local);
+#endif
+    return local;
+}
+
+}  // namespace
+
 TEST(KelStringClock, DateIsMonthDayYearOfLocalTime) {
     const time_t now = std::time(nullptr);
-    struct tm local = {};
-    localtime_r(&now, &local);
+    struct tm local = localTime(now);
     wchar_t expected[16];
     std::swprintf(expected, 16, L"%02d/%02d/%02d", local.tm_mon + 1, local.tm_mday,
                   local.tm_year % 100);
     const std::wstring d = text(KelString::date());
     // Around midnight the day may turn between the two readings.
     if (d != expected) {
-        localtime_r(&now, &local);
         GTEST_SKIP() << "the date changed while the test ran";
     }
     EXPECT_EQ(d, expected);

@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <string>
 
+#include "support/system.h"
 #include "text/invalid_parameter_counter.h"
 
 namespace {
@@ -120,10 +121,13 @@ TEST(KelStringFormat, CharactersFollowTheFormatsWidth) {
 }
 
 TEST(KelStringFormat, NonAsciiArgumentsMeetThroughTheNarrowCodePage) {
+    std::string aUmlaut;
+    if (!kel::test::narrowSample(kelGetNarrowCodePage(), L"\u00E4", aUmlaut))
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
     KelString s;
-    s.format(L"%S", "Tr\xC3\xA4ger");
+    s.format(L"%S", ("Tr" + aUmlaut + "ger").c_str());
     EXPECT_EQ(text(s), L"Tr\u00E4ger");
-    s.format("%S %s", L"\u00E9", "\xC3\xA4");
+    s.format("%S %s", L"\u00E9", aUmlaut.c_str());
     EXPECT_EQ(text(s), L"\u00E9 \u00E4");
 }
 

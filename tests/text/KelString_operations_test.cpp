@@ -209,6 +209,8 @@ TEST(KelStringFindLastOf, NarrowByte) {
 TEST(KelStringFindLastOf, NarrowScanStartsAtTheWideLength) {
     // "\u00E9." is two wide characters but three narrow bytes (UTF-8): the
     // scan starts at index 1 and never sees the "." at byte 2.
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "needs a narrow code page with more bytes than characters (UTF-8)";
     const KelString s(L"\u00E9.");
     ASSERT_EQ(std::string(s.getStringA()), "\xC3\xA9.");
     EXPECT_EQ(s.find_last_of('.'), -1);

@@ -265,6 +265,14 @@ TEST(KelStringAccess, NarrowFormInUtf8) {
     EXPECT_STREQ(KelString(L"\u00E9\u20AC").getStringA(), "\xC3\xA9\xE2\x82\xAC");
 }
 
+TEST(KelStringAccess, SupplementaryCharacterInUtf8) {
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "the narrow code page is not UTF-8";
+    const unsigned short face[] = {0x41, 0xD83D, 0xDE00, 0};
+    EXPECT_STREQ(KelString(face).getStringA(), "A\xF0\x9F\x98\x80");
+    EXPECT_STREQ(KelString("A\xF0\x9F\x98\x80").getStringW(), KelString(face).getStringW());
+}
+
 TEST(KelStringAccess, IndexAndLength) {
     KelString s(L"UPN 80");
     EXPECT_EQ(s[0], L'U');
@@ -314,6 +322,17 @@ TEST(KelStringComparison, EqualityComparesCharacters) {
 TEST(KelStringComparison, CharactersCompareAsUnsignedValues) {
     const wchar_t high[] = {static_cast<wchar_t>(0xFFFF), 0};
     EXPECT_TRUE(KelString(L"a") < KelString(high));
+}
+
+TEST(KelStringComparison, SupplementaryCharactersCompareByTheirWideUnits) {
+    const unsigned short face[] = {0xD83D, 0xDE00, 0};  // U+1F600
+    const wchar_t high[] = {static_cast<wchar_t>(0xFFFF), 0};
+    if (sizeof(wchar_t) == 2) {
+        // Its first unit is a surrogate, 0xD83D, below U+FFFF.
+        EXPECT_TRUE(KelString(face) < KelString(high));
+    } else {
+        EXPECT_TRUE(KelString(face) > KelString(high));
+    }
 }
 
 // ----- formatting -----------------------------------------------------------------
