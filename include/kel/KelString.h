@@ -114,24 +114,32 @@ public:
     bool operator>(const KelString& other) const;
 
     // ----- concatenation and shifting ------------------------------------
+    //
+    // Editing members work in the calling thread's scratch buffer: a text
+    // or result of 524,288 characters or more is reported through the
+    // invalid-parameter handler and the value stays as it was (a returned
+    // new value is then empty).
 
+    // The two texts joined; this value is unchanged.
     KelString operator+(const KelString& other) const;
+    // *this = *this + other.
     const KelString& operator+=(const KelString& other);
     // A copy with the first n characters dropped (see operator>>=).
     KelString operator>>(int n) const;
-    // Drops the first n characters; n < 1 changes nothing. n must not
-    // exceed the length.
+    // Drops the first n characters; n < 1 changes nothing, n at or beyond
+    // the length leaves the empty text.
     KelString& operator>>=(int n);
 
-    // Writes one character at position i (no bounds check); writing 0 cuts
-    // the text there.
+    // Writes one character at position i; writing 0 cuts the text there.
+    // A position outside the text is reported and changes nothing. The
+    // narrow form converts the one byte on its own.
     KelString& setAt(int i, const wchar_t& c);
     KelString& setAt(int i, const char& c);
     KelString& setAt(int i, const unsigned short& c);
 
     // ----- case and content ----------------------------------------------
 
-    // In the C library's current locale.
+    // Upper / lower case in the C library's current locale.
     KelString& toUpper();
     KelString& toLower();
     // True when every character is alphanumeric / alphabetic; true for the
@@ -180,8 +188,8 @@ public:
     // the length the whole text.
     KelString left(int n) const;
     KelString right(int n) const;
-    // min(length - start, count) characters from start; start must lie
-    // within 0..length.
+    // min(length - start, count) characters from start; a start outside
+    // 0..length or a count <= 0 gives the empty text.
     KelString mid(int start, int count) const;
     KelString mid(int start) const;
     // Sets this value to `count` characters of `src` from `start` (empty
@@ -204,7 +212,10 @@ public:
     // Splits into drive ("X:"), directory (with its trailing separator),
     // file name and extension (with its dot); both separators count.
     void SplitPath(KelString& drive, KelString& dir, KelString& fname, KelString& ext) const;
-    // Joins the four parts into this value.
+    // Joins the four parts into this value: the drive's first letter and
+    // ":", the directory with a "\" added when it ends without a separator,
+    // the name, the extension with a "." added when it lacks one. A path of
+    // 260 characters or more is reported and leaves the value unchanged.
     void MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
                   const KelString& ext);
 
@@ -217,10 +228,16 @@ public:
     long toLong() const;
     double toDouble() const;
 
-    // The value in the given radix (2 to 36).
+    // The value in the given radix (2 to 36, lower-case letters): a minus
+    // sign only in radix 10, the two's complement digits of the type in the
+    // others. A bad radix is reported and gives the empty text.
     static KelString integerToString(int value, int radix = 10);
     static KelString longToString(long value, int radix = 10);
-    // The value with `digits` significant digits, as _gcvt writes it.
+    // The value with `digits` significant digits, as _gcvt writes it:
+    // decimal form when the exponent lies between -1 and digits - 1, else
+    // exponent form; zeros ending the fraction are dropped, the decimal point
+    // is kept ("-123456789012." for 12 digits). Empty for digits < 0 or
+    // >= 1024.
     static KelString doubleToString(double value, int digits);
 
     // ----- formatting and clock text -------------------------------------
@@ -252,11 +269,14 @@ public:
     static int compare(const KelString& a, const KelString& b);
     // Over at most n characters; only the sign is significant.
     static int compare(const KelString& a, const KelString& b, int n);
-    // Ignoring case.
+    // Ignoring case: both characters folded to lower case.
     static int compareNoCase(const KelString& a, const KelString& b);
     static int compareNoCase(const KelString& a, const KelString& b, int n);
-    // Natural order: runs of digits compare as numbers ("file2" before
-    // "file10"), and texts that both begin with "-" in reverse order.
+    // Natural order, -1, 0 or 1: digits compare as the numbers they start
+    // ("file2" before "file10", "a01" equal to "a1"), a text beginning with
+    // "-" sorts before one that does not, two that both begin with "-" sort
+    // in reverse and are never equal unless identical, and a proper prefix
+    // on the left compares equal ("ab" against "abc" is 0, the reverse 1).
     static int compareWithNumbers(const KelString& a, const KelString& b);
     // Sort and search callbacks over pointers to KelString values; a null
     // pointer compares as equal to anything (0).
@@ -268,19 +288,26 @@ public:
     // This value becomes `s` (null or empty gives the empty text); returns
     // a copy of it.
     KelString setFromUnsignedShortString(const unsigned short* s);
-    // Decodes the "\M+" multibyte escape notation; returns a copy of the
-    // result.
+    // Decodes the "\M+" multibyte escape notation: "\M+" (tested as a bit
+    // mask), a selector digit and two hexadecimal byte pairs; the last
+    // selector picks the code page of the whole text (1: 932, 2: 950,
+    // 3: 949, 4: 1361, 5: 936, else the narrow code page). This value
+    // becomes the result; returns a copy of it.
     KelString setFromMIFString(const char* s);
 
     // ----- tokens --------------------------------------------------------
 
-    // Splits `text` at any of the delimiter characters; runs of delimiters
-    // give no empty tokens.
+    // Empties `tokens`, then appends the parts of `text` between delimiter
+    // characters; runs of delimiters give no empty tokens. `text` is not
+    // changed.
     static void getTokens(KelString& text,
                           KelArray<KelString, KelArrayObjectCopyReallocator<KelString>,
                                    KelArrayMemoryController<KelString>>& tokens,
                           const KelString& delimiters);
-    // The same, keeping quoted sections (quotes included) together.
+    // The same, keeping quoted sections together: a quote character opens a
+    // section that runs to the same character (a doubled one stays doubled
+    // and does not close it) or the end; quotes stay in the tokens. An empty
+    // `quotes` is the form above.
     static void getTokens(KelString& text,
                           KelArray<KelString, KelArrayObjectCopyReallocator<KelString>,
                                    KelArrayMemoryController<KelString>>& tokens,

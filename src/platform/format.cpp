@@ -433,9 +433,40 @@ private:
             m_out.appendAscii(large.data(), static_cast<size_t>(n));
     }
 
-    void integer(const Directive& d, long long value) { cFormat(d, "ll", 'd', value); }
+    // Whether a number is written as its plain digits: no flags, width or
+    // precision (the common "%d"), which needs no C library call.
+    static bool plain(const Directive& d) {
+        return !d.left && !d.plus && !d.space && !d.alternate && !d.zero && d.width == 0 &&
+               d.precision < 0;
+    }
+
+    void decimal(unsigned long long magnitude, bool negative) {
+        Char digits[24];
+        size_t n = sizeof digits / sizeof digits[0];
+        do {
+            digits[--n] = static_cast<Char>('0' + magnitude % 10);
+            magnitude /= 10;
+        } while (magnitude > 0);
+        if (negative)
+            digits[--n] = Char('-');
+        m_out.append(digits + n, sizeof digits / sizeof digits[0] - n);
+    }
+
+    void integer(const Directive& d, long long value) {
+        if (!plain(d)) {
+            cFormat(d, "ll", 'd', value);
+            return;
+        }
+        const unsigned long long magnitude =
+            value < 0 ? 0ull - static_cast<unsigned long long>(value) : value;
+        decimal(magnitude, value < 0);
+    }
 
     void integer(const Directive& d, unsigned long long value) {
+        if (d.conversion == 'u' && plain(d)) {
+            decimal(value, false);
+            return;
+        }
         cFormat(d, "ll", d.conversion, value);
     }
 
@@ -540,9 +571,8 @@ private:
         } else {
             const char* text = argument != nullptr ? static_cast<const char*>(argument) : "(null)";
             if constexpr (kWideOutput) {
-                // Enough bytes for `limit` characters of any code page.
                 const size_t bytes =
-                    boundedLength(text, limit == SIZE_MAX ? SIZE_MAX : limit * 4 + 4);
+                    limit == SIZE_MAX ? boundedLength(text, limit) : bytesOfCharacters(text, limit);
                 std::wstring wide = toWide(std::string_view(text, bytes));
                 if (wide.size() > limit)
                     wide.resize(limit);
@@ -553,13 +583,42 @@ private:
         }
     }
 
-    template <typename C>
-    static size_t boundedLength(const C* text, size_t limit) {
-        size_t n = 0;
-        while (n < limit && text[n] != C(0))
-            ++n;
-        return n;
+    // The bytes that hold the first `count` characters of narrow text, read
+    // no further than needed: a precision may be the only bound of an
+    // argument without a terminator.
+    static size_t bytesOfCharacters(const char* text, size_t count) {
+        size_t bytes = boundedLength(text, count);
+        if (bytes < count)
+            return bytes;  // the terminator came first
+        if (narrowCodePage() == kCodePageUtf8) {
+            bytes = 0;
+            for (size_t n = 0; n < count && text[bytes] != '\0'; ++n)
+                bytes += utf8SequenceLength(text + bytes);
+            return bytes;
+        }
+        // Other code pages take at most two bytes a character.
+        while (bytes < 2 * count && text[bytes] != '\0' &&
+               toWide(std::string_view(text, bytes)).size() < count) {
+            ++bytes;
+        }
+        return bytes;
     }
+
+    // The length of the UTF-8 sequence at `p`, stopping at a terminator or
+    // at a byte that cannot continue it.
+    static size_t utf8SequenceLength(const char* p) {
+        const auto lead = static_cast<unsigned char>(p[0]);
+        const size_t expected = lead < 0xC0 ? 1 : (lead < 0xE0 ? 2 : (lead < 0xF0 ? 3 : 4));
+        size_t length = 1;
+        while (length < expected && (static_cast<unsigned char>(p[length]) & 0xC0) == 0x80)
+            ++length;
+        return length;
+    }
+
+    // The length of a string argument, at most `limit`; the C library's
+    // bounded length functions scan many characters at a time.
+    static size_t boundedLength(const char* text, size_t limit) { return strnlen(text, limit); }
+    static size_t boundedLength(const wchar_t* text, size_t limit) { return wcsnlen(text, limit); }
 
     // Wide text in the narrow code page, cut at a character boundary so that
     // it takes at most `limit` bytes.

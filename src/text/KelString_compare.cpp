@@ -54,18 +54,14 @@ bool isDigit(wchar_t c) {
 // rest of the run, saturated at INT_MAX) without rescanning the run.
 class DigitText {
 public:
-    DigitText(const wchar_t* text, int length) : m_text(text), m_length(length) {}
-
-    wchar_t at(int i) const { return m_text[i]; }
-    const wchar_t* data() const { return m_text; }
-    int length() const { return m_length; }
+    explicit DigitText(const wchar_t* text) : m_text(text) {}
 
     // The end of the run of digits that contains position i.
     int runEnd(int i) {
         if (i >= m_runEnd || i < m_runStart) {
             m_runStart = i;
             m_runEnd = i;
-            while (m_runEnd < m_length && isDigit(m_text[m_runEnd]))
+            while (isDigit(m_text[m_runEnd]))
                 ++m_runEnd;
             m_nonZero = i;
         }
@@ -88,50 +84,54 @@ public:
     }
 
     // Whether everything from position i to the end is digits.
-    bool digitsToEnd(int i) { return runEnd(i) == m_length; }
+    bool digitsToEnd(int i) { return m_text[runEnd(i)] == L'\0'; }
 
 private:
     const wchar_t* m_text;
-    int m_length;
     int m_runStart = 0;
     int m_runEnd = 0;
     int m_nonZero = 0;
 };
 
-// The walk of the natural comparison over two texts that are not equal and
-// not both empty. Returns the result before the sign rule of step 5.
-int walk(DigitText& a, DigitText& b) {
-    int result = 0;
-    for (int i = 0; i < a.length(); ++i) {
-        if (i >= b.length())
+// The walk of the natural comparison, position by position, over two non-empty
+// texts; the result before negative texts are reversed. The ends of the texts are found
+// by their terminators, so no length is counted beforehand.
+int walk(const wchar_t* a, const wchar_t* b) {
+    DigitText da(a);
+    DigitText db(b);
+    for (int i = 0; a[i] != L'\0'; ++i) {
+        const wchar_t ca = a[i];
+        const wchar_t cb = b[i];
+        if (cb == L'\0')
             return 1;
-        const wchar_t ca = a.at(i);
-        const wchar_t cb = b.at(i);
         if (!isDigit(ca) || !isDigit(cb)) {
             if (ca == cb)
                 continue;
             return static_cast<Unit>(ca) < static_cast<Unit>(cb) ? -1 : 1;
         }
-        const long long va = a.valueAt(i);
-        const long long vb = b.valueAt(i);
+        // A run of digits that is the same text in both gives equal numbers
+        // at every one of its positions, so it is passed over at once; it
+        // ends the walk with 0 when both texts end with it.
+        int same = i;
+        while (isDigit(a[same]) && a[same] == b[same])
+            ++same;
+        if (!isDigit(a[same]) && !isDigit(b[same])) {
+            if (a[same] == L'\0' && b[same] == L'\0')
+                return 0;
+            i = same - 1;
+            continue;
+        }
+        const long long va = da.valueAt(i);
+        const long long vb = db.valueAt(i);
         if (va != vb)
             return va < vb ? -1 : 1;
-        result = 0;
-        if (a.digitsToEnd(i) && b.digitsToEnd(i))
+        if (da.digitsToEnd(i) && db.digitsToEnd(i))
             return 0;
         // Deliberate: the walk moves on by one character, not over the whole
         // number, so the rest of the same run is compared again from the
-        // next position ('a01' and 'a1' compare equal). A run that is the
-        // same text in both stays equal at every position, so it is passed
-        // over at once.
-        const int endA = a.runEnd(i);
-        const int endB = b.runEnd(i);
-        if (endA - i == endB - i &&
-            std::wmemcmp(a.data() + i, b.data() + i, static_cast<size_t>(endA - i)) == 0) {
-            i = endA - 1;
-        }
+        // next position ('a01' and 'a1' compare equal).
     }
-    return result;
+    return 0;
 }
 
 }  // namespace
@@ -165,11 +165,11 @@ int KelString::compareWithNumbers(const KelString& a, const KelString& b) {
     const bool negativeB = tb[0] == L'-';
     if (negativeA != negativeB)
         return negativeA ? -1 : 1;
-    if (a == b)
+    // Equal texts give 0. The walk gives 0 for them as well, so only two
+    // negative texts, whose result is inverted, need the separate test.
+    if (negativeA && a == b)
         return 0;
-    DigitText da(ta, a.length());
-    DigitText db(tb, b.length());
-    const int result = walk(da, db);
+    const int result = walk(ta, tb);
     // Deliberate: two texts that both begin with "-" are in reverse order,
     // and never equal unless identical ('-5' sorts before '-3').
     if (negativeA)

@@ -63,11 +63,26 @@ KelString KelString::strRev() const {
 int KelString::find(const KelString& what, int start) const {
     if (start < 0)
         return -1;
-    const std::wstring_view text(getStringW());
-    if (static_cast<size_t>(start) >= text.size())
-        return -1;
-    const size_t at = text.find(std::wstring_view(what.getStringW()), static_cast<size_t>(start));
-    return at == std::wstring_view::npos ? -1 : static_cast<int>(at);
+    const wchar_t* text = getStringW();
+    // start < length, found without counting the whole text.
+    for (int i = 0; i <= start; ++i) {
+        if (text[i] == L'\0')
+            return -1;
+    }
+    const wchar_t* pattern = what.getStringW();
+    if (pattern[0] == L'\0')
+        return start;
+    size_t rest = 0;
+    while (pattern[rest + 1] != L'\0')
+        ++rest;
+    // Each occurrence of the first character, then the rest compared; the
+    // comparison stops at the text's terminator.
+    for (const wchar_t* p = std::wcschr(text + start, pattern[0]); p != nullptr;
+         p = std::wcschr(p + 1, pattern[0])) {
+        if (std::wcsncmp(p + 1, pattern + 1, rest) == 0)
+            return static_cast<int>(p - text);
+    }
+    return -1;
 }
 
 int KelString::find_last_of(char c) const {

@@ -59,9 +59,9 @@ struct Unit<unsigned short> {
     static unsigned short mapped(unsigned short c, wint_t (*map)(wint_t)) {
         if (c >= 0xD800 && c <= 0xDFFF)
             return c;
-        // wint_t is 16 bits wide on Windows, 32 elsewhere.
-        const unsigned long result = static_cast<unsigned long>(map(c));
-        return result > 0xFFFF ? c : static_cast<unsigned short>(result);
+        const wint_t result = map(c);
+        const auto unit = static_cast<unsigned short>(result);
+        return static_cast<wint_t>(unit) == result ? unit : c;
     }
     static unsigned short upper(unsigned short c) { return mapped(c, std::towupper); }
     static unsigned short lower(unsigned short c) { return mapped(c, std::towlower); }
@@ -89,11 +89,18 @@ void resetString(Char* dst, size_t size) {
         dst[0] = Char(0);
 }
 
+// Moves `length` units (none from a null source).
+template <typename Char>
+void moveUnits(Char* dst, const Char* src, size_t length) {
+    if (length > 0)
+        std::memmove(dst, src, length * sizeof(Char));
+}
+
 // Copies `length` units of `src` and a terminator; the caller made sure it
 // fits.
 template <typename Char>
 void place(Char* dst, const Char* src, size_t length) {
-    std::memcpy(dst, src, length * sizeof(Char));
+    moveUnits(dst, src, length);
     dst[length] = Char(0);
 }
 
@@ -123,7 +130,7 @@ errno_t copyString(Char* dst, size_t size, const Char* src) {
         dst[0] = Char(0);
         return KEL_FAIL(kErange, "(\"Buffer is too small\", 0)");
     }
-    std::memmove(dst, src, (length + 1) * sizeof(Char));
+    moveUnits(dst, src, length + 1);
     return 0;
 }
 
@@ -145,12 +152,12 @@ errno_t copyStringN(Char* dst, size_t size, const Char* src, size_t count) {
     while (length < count && src[length] != Char(0))
         ++length;
     if (length < size) {
-        std::memmove(dst, src, length * sizeof(Char));
+        moveUnits(dst, src, length);
         dst[length] = Char(0);
         return 0;
     }
     if (count == kTruncate) {
-        std::memmove(dst, src, (size - 1) * sizeof(Char));
+        moveUnits(dst, src, size - 1);
         dst[size - 1] = Char(0);
         return kStruncate;
     }
@@ -198,13 +205,12 @@ errno_t appendStringN(Char* dst, size_t size, const Char* src, size_t count) {
         ++length;
     const size_t available = size - used;
     if (length < available) {
-        if (length > 0)  // src may be null when count is 0
-            std::memmove(dst + used, src, length * sizeof(Char));
+        moveUnits(dst + used, src, length);
         dst[used + length] = Char(0);
         return 0;
     }
     if (count == kTruncate) {
-        std::memmove(dst + used, src, (available - 1) * sizeof(Char));
+        moveUnits(dst + used, src, available - 1);
         dst[size - 1] = Char(0);
         return kStruncate;
     }

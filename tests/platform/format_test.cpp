@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 
 #include "platform/format.h"
@@ -321,4 +322,33 @@ TEST_F(FormatTest, Utf16ArgumentsForSixteenBitClients) {
     EXPECT_EQ(wide16(L"%.1s", text), L"H");
     EXPECT_EQ(wide16(L"%c", static_cast<unsigned short>(0x41)), L"A");
     EXPECT_EQ(wide16(L"%S", "n"), L"n");
+}
+
+TEST(Format, PrecisionBoundsTheStringThatIsRead) {
+    // The arguments have no terminator within the precision: only that many
+    // characters are read (the sanitizer build sees any byte more).
+    const std::unique_ptr<wchar_t[]> wideChars(new wchar_t[3]{L'a', L'b', L'c'});
+    const std::unique_ptr<char[]> narrowChars(new char[3]{'x', 'y', 'z'});
+    EXPECT_EQ(wide(L"[%.3s]", wideChars.get()), L"[abc]");
+    EXPECT_EQ(wide(L"[%.2hs]", narrowChars.get()), L"[xy]");
+    EXPECT_EQ(wide(L"[%.3hs]", narrowChars.get()), L"[xyz]");
+    EXPECT_EQ(narrow("[%.3s]", narrowChars.get()), "[xyz]");
+    EXPECT_EQ(narrow("[%.0s]", narrowChars.get()), "[]");
+    EXPECT_EQ(narrow("[%.2ls]", wideChars.get()), "[ab]");
+}
+
+TEST(Format, PrecisionCountsCharactersOfNarrowArguments) {
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "needs UTF-8 as the narrow code page";
+    const std::unique_ptr<char[]> accents(new char[4]{'\xC3', '\xA9', '\xC3', '\xA9'});
+    EXPECT_EQ(wide(L"[%.2hs]", accents.get()), L"[\u00E9\u00E9]");
+    EXPECT_EQ(wide(L"[%.1hs]", accents.get()), L"[\u00E9]");
+}
+
+TEST(Format, LongStringArgumentsAreCopiedWhole) {
+    const std::wstring longWide(100000, L'w');
+    const std::string longNarrow(100000, 'n');
+    EXPECT_EQ(wide(L"%s", longWide.c_str()), longWide);
+    EXPECT_EQ(narrow("%s", longNarrow.c_str()), longNarrow);
+    EXPECT_EQ(wide(L"%.5s|", longWide.c_str()), L"wwwww|");
 }

@@ -115,7 +115,8 @@ TEST(KelStringCompareWithNumbers, IdenticalTextsAreEqual) {
 }
 
 TEST(KelStringCompareWithNumbers, BothNegativeNeverEqualUnlessIdentical) {
-    // The walk gives 0 for these, and step 5 turns 0 into 1.
+    // The walk gives 0 for these, and the reversal of negative texts turns
+    // 0 into 1.
     EXPECT_EQ(natural(L"-1", L"-01"), 1);
     EXPECT_EQ(natural(L"-01", L"-1"), 1);
     EXPECT_EQ(natural(L"-ab", L"-abc"), 1);

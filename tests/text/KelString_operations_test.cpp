@@ -207,6 +207,8 @@ TEST(KelStringFindLastOf, NarrowByte) {
 }
 
 TEST(KelStringFindLastOf, NarrowScanStartsAtTheWideLength) {
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "needs UTF-8 as the narrow code page";
     // "\u00E9." is two wide characters but three narrow bytes (UTF-8): the
     // scan starts at index 1 and never sees the "." at byte 2.
     if (kelGetNarrowCodePage() != 65001)
@@ -495,4 +497,13 @@ TEST(KelStringSetters, FromUnsignedShortStringJoinsSurrogatePairs) {
     } else {
         EXPECT_EQ(s.length(), 3);
     }
+}
+
+TEST(KelStringSetAt, NarrowByteThatIsNoCharacterOnItsOwnBecomesReplacement) {
+    if (kelGetNarrowCodePage() != 65001)
+        GTEST_SKIP() << "needs UTF-8 as the narrow code page";
+    // In UTF-8 the lone byte 0xE9 is invalid: it converts to U+FFFD.
+    KelString s(L"abc");
+    s.setAt(1, '\xE9');
+    EXPECT_EQ(static_cast<unsigned long>(s[1]), 0xFFFDul);
 }

@@ -1,0 +1,1 @@
+kel_add_benchmark(kel_bench_string_operations SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/string_operations_bench.cpp)

@@ -1,0 +1,1 @@
+kel_add_fuzzer(compare_with_numbers_fuzz SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/compare_with_numbers_fuzz.cpp)
