@@ -21,9 +21,27 @@
 #include <kel/KelString.h>
 #include <kel/KelStringClassArray.h>
 
+// Containers
+#include <kel/KelBalancedTree.h>
+#include <kel/KelHandleMap.h>
+
+// Numbering and engineering values
+#include <kel/KelIncrementalCounter.h>
+#include <kel/KelMathUtilities.h>
+#include <kel/KelNumberCreator.h>
+#include <kel/KelProfTypeDSTVValues.h>
+#include <kel/KelRegExWrapper.h>
+#include <kel/KelTimeUtilities.h>
+
 // Environment and configuration
 #include <kel/KelProductDefines.h>
 #include <kel/KelPromptsProxy.h>
 #include <kel/KelRegistry.h>
+
+// Files and archives
+#include <kel/KelCompression.h>
+#include <kel/KelFileAccess.h>
+#include <kel/KelUnzipper.h>
+#include <kel/KelZipper.h>
 
 #endif  // KEL_KEL_H

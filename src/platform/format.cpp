@@ -684,12 +684,17 @@ int bounded(Char* buffer, size_t capacity, const Char* format, va_list args, Wid
 }
 
 template <typename Char>
-std::basic_string<Char> growable(const Char* format, va_list args, WideArgs wideArgs) {
+std::basic_string<Char> growable(const Char* format, va_list args, WideArgs wideArgs,
+                                 FormatStatus* status) {
     std::basic_string<Char> text;
+    if (status != nullptr)
+        *status = FormatStatus::BadFormat;
     if (!KEL_VALIDATE(format != nullptr))
         return text;
     Output<Char> out(&text);
     const FormatStatus result = runFormat(out, format, args, wideArgs);
+    if (status != nullptr)
+        *status = result;
     if (result != FormatStatus::Ok) {
         invalidParameter(result == FormatStatus::Overflow ? L"(\"Result too long\", 0)"
                                                           : L"(\"Invalid format\", 0)",
@@ -711,12 +716,13 @@ int formatBounded(char* buffer, size_t capacity, const char* format, va_list arg
     return bounded(buffer, capacity, format, args, WideArgs::Native, status);
 }
 
-std::wstring formatToString(const wchar_t* format, va_list args, WideArgs wideArgs) {
-    return growable(format, args, wideArgs);
+std::wstring formatToString(const wchar_t* format, va_list args, WideArgs wideArgs,
+                            FormatStatus* status) {
+    return growable(format, args, wideArgs, status);
 }
 
-std::string formatToString(const char* format, va_list args) {
-    return growable(format, args, WideArgs::Native);
+std::string formatToString(const char* format, va_list args, FormatStatus* status) {
+    return growable(format, args, WideArgs::Native, status);
 }
 
 }  // namespace kel::detail

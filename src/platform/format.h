@@ -38,10 +38,11 @@ int formatBounded(char* buffer, size_t capacity, const char* format, va_list arg
                   FormatStatus* status = nullptr);
 
 // Formats into a new string of any length. A bad format gives "" after the
-// invalid-parameter handler has been called.
+// invalid-parameter handler has been called. `status`, when not null, tells
+// what happened.
 std::wstring formatToString(const wchar_t* format, va_list args,
-                            WideArgs wideArgs = WideArgs::Native);
-std::string formatToString(const char* format, va_list args);
+                            WideArgs wideArgs = WideArgs::Native, FormatStatus* status = nullptr);
+std::string formatToString(const char* format, va_list args, FormatStatus* status = nullptr);
 
 }  // namespace kel::detail
 

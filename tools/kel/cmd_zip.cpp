@@ -1,0 +1,127 @@
+// "kel zip" and "kel unzip": the library's zip archives from the shell.
+//
+//   kel zip PATH [ARCHIVE] [--flat]     archive a folder or a file
+//   kel unzip ARCHIVE [FOLDER] [--flat] extract, listing what was written
+//
+// Without ARCHIVE, "kel zip" writes PATH.zip beside the folder (or the file
+// with its extension replaced). Without FOLDER, "kel unzip" extracts into
+// the archive's folder. --flat keeps only the file names of the entries.
+
+#include <kel/Kel.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "files/file_system.h"
+#include "files/zip_names.h"
+#include "platform/path.h"
+
+namespace kel::tool {
+
+namespace {
+
+struct Arguments {
+    std::vector<std::wstring> paths;
+    bool flat = false;
+    bool valid = true;
+};
+
+Arguments parse(const std::vector<std::string>& arguments) {
+    Arguments result;
+    for (const std::string& argument : arguments) {
+        if (argument == "--flat") {
+            result.flat = true;
+        } else if (!argument.empty() && argument[0] == '-') {
+            result.valid = false;
+        } else {
+            result.paths.push_back(KelString(argument.c_str()).getStringW());
+        }
+    }
+    return result;
+}
+
+// The path as the user sees it: native separators, no doubled ones.
+std::string shown(const std::wstring& path) {
+    std::wstring text;
+    for (wchar_t c : path) {
+        const bool separator = c == L'\\' || c == L'/';
+        if (separator && !text.empty() && text.back() == kel::detail::kNativeSeparator)
+            continue;
+        text += separator ? kel::detail::kNativeSeparator : c;
+    }
+    return KelString(text.c_str()).getStringA();
+}
+
+bool isFolder(const std::wstring& path) {
+    uint32_t attributes = 0;
+    return kel::detail::fileAttributes(path, attributes) &&
+           (attributes & kel::detail::kAttributeDirectory) != 0;
+}
+
+int runZip(const std::vector<std::string>& arguments) {
+    const Arguments args = parse(arguments);
+    if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
+        std::fprintf(stderr, "usage: kel zip PATH [ARCHIVE] [--flat]\n");
+        return 2;
+    }
+    const std::wstring source =
+        kel::detail::withoutTrailingSeparators(kel::detail::fullPath(args.paths[0]));
+    const bool folder = isFolder(source);
+    std::wstring archive = args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
+                                                  : kel::detail::withExtension(source, L"zip");
+    // The entries are named relative to the folder that holds PATH.
+    KelZipper zip(archive.c_str(), kel::detail::folderPart(source).c_str(), false);
+    const bool added = folder ? zip.AddFolderToZip(source.c_str(), args.flat)
+                              : zip.AddFileToZip(source.c_str(), args.flat);
+    Z_FileInfo info = {};
+    zip.GetFileInfo(info);
+    if (!zip.CloseZip() || !added) {
+        std::fprintf(stderr, "kel zip: cannot archive %s into %s\n", shown(source).c_str(),
+                     shown(archive).c_str());
+        return 1;
+    }
+    std::printf("%s: %d files, %d folders, %lu bytes\n", shown(archive).c_str(), info.nFileCount,
+                info.nFolderCount, static_cast<unsigned long>(info.dwUncompressedSize));
+    return 0;
+}
+
+int runUnzip(const std::vector<std::string>& arguments) {
+    const Arguments args = parse(arguments);
+    if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
+        std::fprintf(stderr, "usage: kel unzip ARCHIVE [FOLDER] [--flat]\n");
+        return 2;
+    }
+    const std::wstring archive = kel::detail::fullPath(args.paths[0]);
+    KelUnzipper zip;
+    if (!zip.OpenZip(archive.c_str())) {
+        std::fprintf(stderr, "kel unzip: cannot open %s\n", shown(args.paths[0]).c_str());
+        return 1;
+    }
+    const std::wstring folder = args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
+                                                       : kel::detail::folderPart(archive);
+    int written = 0;
+    UZ_FileInfo info;
+    for (bool more = zip.GotoFirstFile(); more; more = zip.GotoNextFile()) {
+        zip.GetFileInfo(info);
+        const std::wstring name = args.flat && !info.bFolder
+                                      ? kel::detail::fileNamePart(info.szFileName)
+                                      : std::wstring(info.szFileName);
+        if (!zip.UnzipFile(folder.c_str(), args.flat)) {
+            std::fprintf(stderr, "kel unzip: cannot extract %s\n", shown(info.szFileName).c_str());
+            return 1;
+        }
+        std::printf("%s\n", shown(kel::detail::joinPath(folder, name)).c_str());
+        ++written;
+    }
+    std::printf("%d entries extracted into %s\n", written, shown(folder).c_str());
+    return 0;
+}
+
+const Command zipCommand("zip", "archive a folder or a file as a zip archive", runZip);
+const Command unzipCommand("unzip", "extract a zip archive, listing what was written", runUnzip);
+
+}  // namespace
+
+}  // namespace kel::tool
