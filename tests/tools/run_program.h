@@ -1,0 +1,29 @@
+// Runs another program, as a user would from the shell, for the tests of
+// the command-line tools: no shell in between, standard output and error
+// captured into files of the test's own folder.
+//
+//   const kel::test::ProgramResult r = kel::test::runProgram(kelTool(), {L"help"});
+//   EXPECT_EQ(r.exitCode, 0);
+
+#ifndef KEL_TESTS_TOOLS_RUN_PROGRAM_H
+#define KEL_TESTS_TOOLS_RUN_PROGRAM_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kel::test {
+
+struct ProgramResult {
+    int exitCode = -1;  // -1 when the program could not run or did not exit
+    std::string out;    // standard output, bytes as written
+    std::string err;    // standard error
+};
+
+// Runs `program` with `arguments` and waits for it.
+ProgramResult runProgram(const std::filesystem::path& program,
+                         const std::vector<std::wstring>& arguments);
+
+}  // namespace kel::test
+
+#endif  // KEL_TESTS_TOOLS_RUN_PROGRAM_H
