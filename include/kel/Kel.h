@@ -21,6 +21,18 @@
 #include <kel/KelString.h>
 #include <kel/KelStringClassArray.h>
 
+// Containers
+#include <kel/KelBalancedTree.h>
+#include <kel/KelHandleMap.h>
+
+// Numbering and engineering values
+#include <kel/KelIncrementalCounter.h>
+#include <kel/KelMathUtilities.h>
+#include <kel/KelNumberCreator.h>
+#include <kel/KelProfTypeDSTVValues.h>
+#include <kel/KelRegExWrapper.h>
+#include <kel/KelTimeUtilities.h>
+
 // Files and archives
 #include <kel/KelCompression.h>
 #include <kel/KelFileAccess.h>
