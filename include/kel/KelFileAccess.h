@@ -17,7 +17,9 @@
 // UTF-16LE and is skipped; without a mark the mode's encoding applies
 // (UTF-8 for UNICODE). Reading bytes (read, readFile) from such a stream
 // delivers UTF-16LE units, as the Windows runtime does. Positions are byte
-// offsets in the file.
+// offsets in the file. On Windows a mode without "b" is a text mode, in
+// every encoding: "\n" is written as "\r\n" and "\r\n" is read as "\n";
+// elsewhere line ends pass unchanged.
 //
 // Beside the class stand thin, null-safe doors to the runtime's and the
 // system's file operations (kelfopen, kelFileExists, kelCopyFile, ...).

@@ -2,8 +2,9 @@
 //
 // Streams are opened with the Windows runtime's mode strings, including the
 // encoded modes "r, ccs=UTF-8", "w, ccs=UTF-16LE" and "a, ccs=UNICODE" (the
-// blank after the comma is optional). On Windows the runtime itself does the
-// transcoding; elsewhere the system half provides the same behaviour:
+// blank after the comma is optional). The library does the transcoding of
+// the encoded modes itself, on every system, over a stream of the file's
+// bytes:
 //
 // - A file created for writing in an encoded mode starts with a byte-order
 //   mark: EF BB BF for UTF-8, FF FE for UTF-16LE and for UNICODE (which
@@ -16,6 +17,9 @@
 //   be in the narrow code page and converted, so the file stays valid.
 // - Reading bytes from an encoded stream delivers UTF-16LE code units, as
 //   the Windows runtime does.
+// - Text mode (a mode without "b") keeps the system's line ends: on Windows
+//   "\n" is written as "\r\n" and "\r\n" is read as "\n", for the encoded
+//   modes as the runtime does it for the others; elsewhere nothing changes.
 // - Positions are byte offsets in the file.
 //
 //   std::FILE* f = nullptr;
@@ -43,6 +47,7 @@ struct StreamMode {
     char access = 0;         // 'r', 'w' or 'a'
     bool update = false;     // '+'
     bool exclusive = false;  // 'x'
+    bool binary = false;     // 'b' (the last of 'b' and 't' counts)
     ModeEncoding encoding = ModeEncoding::None;
 };
 
@@ -50,7 +55,10 @@ struct StreamMode {
 // are compared without regard to case.
 StreamMode parseStreamMode(std::wstring_view mode);
 
-// ----- the system half ------------------------------------------------------
+// The mode as the runtime opens the file: the flags without the encoding
+// and without "x"; with `bytes`, "b" in place of any "b" or "t"
+// ("w+t, ccs=UTF-8" gives "w+b").
+std::wstring runtimeModeOf(std::wstring_view mode, bool bytes);
 
 // Opens `name` (either separator) with a runtime mode. Returns 0 or the
 // error number (EINVAL for a bad mode or a null `stream`); `*stream` is null
@@ -63,12 +71,12 @@ int closeTextStream(std::FILE* stream);
 // True for a stream opened in an encoded mode by openTextStream.
 bool isEncodedStream(std::FILE* stream);
 
-// Writes bytes as they are. 0, or EOF on failure.
-int writeBytes(std::FILE* stream, std::string_view bytes);
-
 // Writes wide text in the stream's encoding (the narrow code page for a
 // stream without one). 0, or EOF on failure.
 int writeWide(std::FILE* stream, std::wstring_view text);
+
+// Writes narrow text (in the narrow code page). 0, or EOF on failure.
+int writeNarrow(std::FILE* stream, std::string_view text);
 
 // One wide character (a UTF-16 unit where wchar_t has 16 bits, a code point
 // where it has 32); false at the end or on an error.
@@ -84,20 +92,15 @@ int readUtf16Unit(std::FILE* stream);
 // fread; an encoded stream delivers UTF-16LE units.
 size_t readBytes(void* buffer, size_t size, size_t count, std::FILE* stream);
 
-int streamEof(std::FILE* stream);
-int seekStream(std::FILE* stream, long long offset, int origin);
-// 0 and the byte offset, or -1.
-int tellStream(std::FILE* stream, long long& position);
-
-// ----- built on the system half ---------------------------------------------
-
-// Writes narrow text (in the narrow code page). 0, or EOF on failure.
-int writeNarrow(std::FILE* stream, std::string_view text);
-
 // fgets: at most size - 1 bytes up to and including a line feed. On an
 // encoded stream the characters are converted to the narrow code page; a
 // character that does not fit whole is left for the next read.
 char* readNarrowLine(char* buffer, int size, std::FILE* stream);
+
+int streamEof(std::FILE* stream);
+int seekStream(std::FILE* stream, long long offset, int origin);
+// 0 and the byte offset, or -1.
+int tellStream(std::FILE* stream, long long& position);
 
 // The scans of fwscanf's "%s", "%d" and "%lf": white space first, then the
 // item. Each returns 1 when it converted the item, 0 when the input did not

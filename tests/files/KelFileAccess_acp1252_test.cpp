@@ -9,14 +9,6 @@
 
 namespace {
 
-// On Windows the runtime's own encoded modes do this work, in text mode
-// (CR LF line ends), with the system's code page (1252 under Wine) and
-// with its own byte-order-mark handling; these expected bytes are those of
-// the library's transcoding layer for other systems.
-constexpr char kWindowsRuntimeDiffers[] =
-    "expects the bytes of the library's own transcoding layer; the Windows runtime's "
-    "encoded text modes differ (open item of the Windows half)";
-
 using kel::test::Bytes;
 using kel::test::bytesOf;
 using kel::test::pathIn;
@@ -45,7 +37,6 @@ TEST(KelFileAccessAcp1252, NarrowLinesFromUtf8Mode_ComeBackThroughTheCodePage) {
 }
 
 TEST(KelFileAccessAcp1252, PlainMode_WritesWindows1252) {
-    KEL_SKIP_ON_WINDOWS(kWindowsRuntimeDiffers);
     {
         KelFileAccess out(fileIn("a.txt"), L"w", KelFileAccess::encodeNone);
         out.puts(L"\u00E4\u20AC");

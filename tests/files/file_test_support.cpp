@@ -9,6 +9,9 @@
 #include <random>
 
 #include "support/isolation.h"
+#include "support/system.h"
+
+#include <kel/KelPlatform.h>
 
 #include <sys/stat.h>
 
@@ -57,6 +60,37 @@ void writeText(const std::string& path, const std::string& text) {
 
 Bytes bytesOf(const std::string& text) {
     return Bytes(text.begin(), text.end());
+}
+
+Bytes inTextMode(const Bytes& bytes, size_t unitSize) {
+    if (!kWindows)
+        return bytes;
+    Bytes result;
+    for (size_t i = 0; i < bytes.size(); i += unitSize) {
+        const bool lineFeed = bytes[i] == '\n' && (unitSize == 1 || bytes[i + 1] == 0);
+        if (lineFeed) {
+            result.push_back('\r');
+            result.insert(result.end(), unitSize - 1, 0);
+        }
+        result.insert(result.end(), bytes.begin() + i,
+                      bytes.begin() + std::min(i + unitSize, bytes.size()));
+    }
+    return result;
+}
+
+std::wstring readInTextMode(const std::wstring& text) {
+    if (!kWindows)
+        return text;
+    std::wstring result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (!(text[i] == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n'))
+            result += text[i];
+    }
+    return result;
+}
+
+bool narrowText(const std::wstring& text, std::string& narrow) {
+    return narrowSample(kelGetNarrowCodePage(), text, narrow);
 }
 
 Bytes randomBytes(size_t count, uint32_t seed) {

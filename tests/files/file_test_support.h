@@ -23,6 +23,19 @@ void writeAll(const std::string& path, const Bytes& bytes);
 void writeText(const std::string& path, const std::string& text);
 Bytes bytesOf(const std::string& text);
 
+// The bytes a text-mode stream (a mode without "b") puts in a file for
+// `bytes`: on Windows each line feed (a 0A byte, or with `unitSize` 2 a
+// 0A 00 unit) comes after a carriage return; elsewhere nothing changes.
+Bytes inTextMode(const Bytes& bytes, size_t unitSize = 1);
+
+// The text a text-mode stream reads from a file holding `text`: on Windows
+// each "\r\n" is one "\n"; elsewhere nothing changes.
+std::wstring readInTextMode(const std::wstring& text);
+
+// `text` in the narrow code page of this system (kel::test::narrowSample);
+// false where the tests know no sample for that code page.
+bool narrowText(const std::wstring& text, std::string& narrow);
+
 // `count` pseudo-random bytes (a fixed seed per call site value).
 Bytes randomBytes(size_t count, uint32_t seed);
 // `count` bytes of text-like data: words and numbers on lines.

@@ -16,11 +16,11 @@
 #include "environment/reg_file.h"
 #include "hive_test_support.h"
 #include "platform/utf.h"
+#include "run_program.h"
 #include "support/isolation.h"
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
-#include <sys/wait.h>
 #endif
 
 using namespace kel::detail;
@@ -56,38 +56,16 @@ std::string withoutCarriageReturns(std::string text) {
     return result;
 }
 
-std::string quote(const std::string& argument) {
-#if defined(_WIN32)
-    return "\"" + argument + "\"";
-#else
-    std::string quoted = "'";
-    for (char c : argument)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-#endif
-}
-
 // Runs "kel reg <arguments>" with `input` on its standard input.
 Result reg(const std::vector<std::string>& arguments, const std::string& input = "") {
-    const std::string dir = kel::test::tempDir();
-    writeFile(dir + "/stdin.txt", input);
-    std::string command = quote(KEL_TOOL) + " reg";
+    std::vector<std::wstring> words = {L"reg"};
     for (const std::string& argument : arguments)
-        command += " " + quote(argument);
-    command += " <" + quote(dir + "/stdin.txt") + " >" + quote(dir + "/stdout.txt") + " 2>" +
-               quote(dir + "/stderr.txt");
-#if defined(_WIN32)
-    command = "\"" + command + "\"";
-#endif
-    const int status = std::system(command.c_str());
+        words.push_back(kel::detail::utf8ToWide(argument));
+    const kel::test::ProgramResult run = kel::test::runProgram(kel::test::kelTool(), words, input);
     Result result;
-#if defined(_WIN32)
-    result.exitCode = status;
-#else
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    result.out = withoutCarriageReturns(readFile(dir + "/stdout.txt"));
-    result.err = withoutCarriageReturns(readFile(dir + "/stderr.txt"));
+    result.exitCode = run.exitCode;
+    result.out = withoutCarriageReturns(run.out);
+    result.err = withoutCarriageReturns(run.err);
     return result;
 }
 

@@ -54,10 +54,10 @@ std::string shown(const std::wstring& path) {
     return KelString(text.c_str()).getStringA();
 }
 
-bool isFolder(const std::wstring& path) {
-    uint32_t attributes = 0;
-    return kel::detail::fileAttributes(path, attributes) &&
-           (attributes & kel::detail::kAttributeDirectory) != 0;
+int cannotArchive(const std::wstring& source, const std::wstring& archive) {
+    std::fprintf(stderr, "kel zip: cannot archive %s into %s\n", shown(source).c_str(),
+                 shown(archive).c_str());
+    return 1;
 }
 
 int runZip(const std::vector<std::string>& arguments) {
@@ -68,9 +68,13 @@ int runZip(const std::vector<std::string>& arguments) {
     }
     const std::wstring source =
         kel::detail::withoutTrailingSeparators(kel::detail::fullPath(args.paths[0]));
-    const bool folder = isFolder(source);
-    std::wstring archive = args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
-                                                  : kel::detail::withExtension(source, L"zip");
+    const std::wstring archive = args.paths.size() == 2
+                                     ? kel::detail::fullPath(args.paths[1])
+                                     : kel::detail::withExtension(source, L"zip");
+    uint32_t attributes = 0;
+    if (!kel::detail::fileAttributes(source, attributes))
+        return cannotArchive(source, archive);
+    const bool folder = (attributes & kel::detail::kAttributeDirectory) != 0;
     // The entries are named relative to the folder that holds PATH.
     KelZipper zip(archive.c_str(), kel::detail::folderPart(source).c_str(), false);
     const bool added = folder ? zip.AddFolderToZip(source.c_str(), args.flat)
@@ -78,9 +82,9 @@ int runZip(const std::vector<std::string>& arguments) {
     Z_FileInfo info = {};
     zip.GetFileInfo(info);
     if (!zip.CloseZip() || !added) {
-        std::fprintf(stderr, "kel zip: cannot archive %s into %s\n", shown(source).c_str(),
-                     shown(archive).c_str());
-        return 1;
+        // A failed run leaves no archive behind.
+        kel::detail::deleteFile(archive);
+        return cannotArchive(source, archive);
     }
     std::printf("%s: %d files, %d folders, %lu bytes\n", shown(archive).c_str(), info.nFileCount,
                 info.nFolderCount, static_cast<unsigned long>(info.dwUncompressedSize));
@@ -99,8 +103,9 @@ int runUnzip(const std::vector<std::string>& arguments) {
         std::fprintf(stderr, "kel unzip: cannot open %s\n", shown(args.paths[0]).c_str());
         return 1;
     }
-    const std::wstring folder = args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
-                                                       : kel::detail::folderPart(archive);
+    const std::wstring folder = kel::detail::withoutTrailingSeparators(
+        args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
+                               : kel::detail::folderPart(archive));
     int written = 0;
     UZ_FileInfo info;
     for (bool more = zip.GotoFirstFile(); more; more = zip.GotoNextFile()) {

@@ -1,0 +1,36 @@
+// Runs another program, as a user would from the shell, for the tests of
+// the command-line tools: no shell in between, standard input read from the
+// given bytes, standard output and error captured into files of the test's
+// own folder.
+//
+//   const kel::test::ProgramResult r = kel::test::runProgram(kelTool(), {L"help"});
+//   EXPECT_EQ(r.exitCode, 0);
+
+#ifndef KEL_TESTS_TOOLS_RUN_PROGRAM_H
+#define KEL_TESTS_TOOLS_RUN_PROGRAM_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kel::test {
+
+struct ProgramResult {
+    int exitCode = -1;  // -1 when the program could not run or did not exit
+    std::string out;    // standard output, bytes as written
+    std::string err;    // standard error
+};
+
+// Runs `program` with `arguments` and `input` on its standard input, and
+// waits for it.
+ProgramResult runProgram(const std::filesystem::path& program,
+                         const std::vector<std::wstring>& arguments,
+                         const std::string& input = std::string());
+
+// The built kel tool: beside the test program in a Windows build, in its
+// own build folder elsewhere.
+std::filesystem::path kelTool();
+
+}  // namespace kel::test
+
+#endif  // KEL_TESTS_TOOLS_RUN_PROGRAM_H
