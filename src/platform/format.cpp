@@ -387,8 +387,9 @@ private:
 
     // Builds the C library's directive for a number: flags, "*" width,
     // ".*" precision when given, then the length modifier and conversion.
-    static void cSpec(const Directive& d, const char* lengthModifier, char conversion, char* spec) {
-        char* s = spec;
+    static void cDirective(const Directive& d, const char* lengthModifier, char conversion,
+                           char* directive) {
+        char* s = directive;
         *s++ = '%';
         if (d.left)
             *s++ = '-';
@@ -413,12 +414,12 @@ private:
 
     template <typename Value>
     void cFormat(const Directive& d, const char* lengthModifier, char conversion, Value value) {
-        char spec[16];
-        cSpec(d, lengthModifier, conversion, spec);
+        char directive[16];
+        cDirective(d, lengthModifier, conversion, directive);
         char local[256];
         int n = d.precision >= 0
-                    ? std::snprintf(local, sizeof local, spec, d.width, d.precision, value)
-                    : std::snprintf(local, sizeof local, spec, d.width, value);
+                    ? std::snprintf(local, sizeof local, directive, d.width, d.precision, value)
+                    : std::snprintf(local, sizeof local, directive, d.width, value);
         if (n < 0)
             return;
         if (static_cast<size_t>(n) < sizeof local) {
@@ -427,8 +428,8 @@ private:
         }
         std::string large(static_cast<size_t>(n) + 1, '\0');
         n = d.precision >= 0
-                ? std::snprintf(large.data(), large.size(), spec, d.width, d.precision, value)
-                : std::snprintf(large.data(), large.size(), spec, d.width, value);
+                ? std::snprintf(large.data(), large.size(), directive, d.width, d.precision, value)
+                : std::snprintf(large.data(), large.size(), directive, d.width, value);
         if (n > 0)
             m_out.appendAscii(large.data(), static_cast<size_t>(n));
     }
