@@ -26,7 +26,7 @@ struct StreamShare {
 
 namespace {
 
-using kel::detail::FormatStatus;
+using kel::detail::printWide;
 using kel::detail::WideArgs;
 
 const wchar_t* modeSuffix(KelFileAccess::encodeType encoding) {
@@ -47,16 +47,6 @@ const wchar_t* modeSuffix(KelFileAccess::encodeType encoding) {
 // routines.
 bool movesWideLines(KelFileAccess::encodeType encoding) {
     return encoding == KelFileAccess::encodeUnicode || encoding == KelFileAccess::encodeUTF16LE;
-}
-
-// Formats with the wide printf rules and writes the result; the count of
-// characters written, or -1.
-int printWide(FILE* stream, const wchar_t* format, va_list args, WideArgs wideArgs) {
-    FormatStatus status = FormatStatus::Ok;
-    const std::wstring text = kel::detail::formatToString(format, args, wideArgs, &status);
-    if (status != FormatStatus::Ok || kel::detail::writeWide(stream, text) != 0)
-        return -1;
-    return static_cast<int>(text.size());
 }
 
 constexpr size_t kReadStep = 65536;

@@ -16,15 +16,8 @@
 namespace {
 
 using kel::detail::FormatStatus;
+using kel::detail::printWide;
 using kel::detail::WideArgs;
-
-int printWide(FILE* stream, const wchar_t* format, va_list args, WideArgs wideArgs) {
-    FormatStatus status = FormatStatus::Ok;
-    const std::wstring text = kel::detail::formatToString(format, args, wideArgs, &status);
-    if (status != FormatStatus::Ok || kel::detail::writeWide(stream, text) != 0)
-        return -1;
-    return static_cast<int>(text.size());
-}
 
 }  // namespace
 

@@ -79,26 +79,11 @@ std::wstring currentFolder() {
 // Resolves ".", ".." and repeated separators in a path whose first part
 // (a drive "X:" or the empty part before a leading "\") is its root.
 std::wstring normalise(const std::wstring& path) {
-    std::vector<std::wstring> parts;
-    size_t start = 0;
     const bool trailing = !path.empty() && path.back() == L'\\';
-    const size_t firstSeparator = path.find(L'\\');
-    const std::wstring root = path.substr(0, firstSeparator);
-    start = firstSeparator == std::wstring::npos ? path.size() : firstSeparator + 1;
-    while (start < path.size()) {
-        size_t end = path.find(L'\\', start);
-        if (end == std::wstring::npos)
-            end = path.size();
-        const std::wstring part = path.substr(start, end - start);
-        if (part == L"..") {
-            if (!parts.empty())
-                parts.pop_back();
-        } else if (!part.empty() && part != L".") {
-            parts.push_back(part);
-        }
-        start = end + 1;
-    }
-    std::wstring result = root;
+    const size_t firstSeparator = std::min(path.find(L'\\'), path.size());
+    const std::vector<std::wstring> parts =
+        resolvedParts(std::wstring_view(path).substr(firstSeparator), L'\\');
+    std::wstring result = path.substr(0, firstSeparator);
     for (const std::wstring& part : parts)
         result += L'\\' + part;
     if (parts.empty() || trailing)

@@ -554,6 +554,14 @@ int writeWide(std::FILE* stream, std::wstring_view text) {
     return writeBytes(stream, state, bytes);
 }
 
+int printWide(std::FILE* stream, const wchar_t* format, va_list args, WideArgs wideArgs) {
+    FormatStatus status = FormatStatus::Ok;
+    const std::wstring text = formatToString(format, args, wideArgs, &status);
+    if (status != FormatStatus::Ok || writeWide(stream, text) != 0)
+        return -1;
+    return static_cast<int>(text.size());
+}
+
 int writeNarrow(std::FILE* stream, std::string_view text) {
     if (stream == nullptr)
         return EOF;

@@ -31,10 +31,13 @@
 #ifndef KEL_FILES_TEXT_STREAM_H
 #define KEL_FILES_TEXT_STREAM_H
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
+
+#include "platform/format.h"
 
 namespace kel::detail {
 
@@ -74,6 +77,10 @@ bool isEncodedStream(std::FILE* stream);
 // Writes wide text in the stream's encoding (the narrow code page for a
 // stream without one). 0, or EOF on failure.
 int writeWide(std::FILE* stream, std::wstring_view text);
+
+// Formats with the library's wide printf rules and writes the result as
+// writeWide does; the count of characters written, or -1.
+int printWide(std::FILE* stream, const wchar_t* format, va_list args, WideArgs wideArgs);
 
 // Writes narrow text (in the narrow code page). 0, or EOF on failure.
 int writeNarrow(std::FILE* stream, std::string_view text);

@@ -10,6 +10,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kel::detail {
 
@@ -34,6 +35,11 @@ NativePath toNativePath(std::wstring_view path);
 
 // A file-system path back to wide text (separators left as they are).
 std::wstring fromNativePath(const NativePath& path);
+
+// The parts of `path` between `separator`s, resolved lexically: empty parts
+// and "." dropped, each ".." taking away the part before it (a ".." with
+// nothing before it is dropped too).
+std::vector<std::wstring> resolvedParts(std::wstring_view path, wchar_t separator);
 
 }  // namespace kel::detail
 

@@ -61,21 +61,7 @@ std::wstring fullPath(const std::wstring& path) {
         joined = fromNativePath(cwd.data()) + L"/" + joined;
     }
     // Resolve "." and ".." lexically, as the runtime's _fullpath does.
-    std::vector<std::wstring> parts;
-    size_t start = 0;
-    while (start <= joined.size()) {
-        size_t end = joined.find(L'/', start);
-        if (end == std::wstring::npos)
-            end = joined.size();
-        const std::wstring part = joined.substr(start, end - start);
-        if (part == L"..") {
-            if (!parts.empty())
-                parts.pop_back();
-        } else if (!part.empty() && part != L".") {
-            parts.push_back(part);
-        }
-        start = end + 1;
-    }
+    const std::vector<std::wstring> parts = resolvedParts(joined, L'/');
     std::wstring result;
     for (const std::wstring& part : parts)
         result += L"/" + part;

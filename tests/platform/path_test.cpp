@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "platform/path.h"
 
 using namespace kel::detail;
@@ -28,3 +31,19 @@ TEST(Path, PosixPathsAreUtf8WithSlashes) {
     EXPECT_EQ(fromNativePath("/tmp/\xC3\xA9"), L"/tmp/\u00E9");
 }
 #endif
+
+TEST(Path, ResolvedPartsDropEmptyAndDotParts) {
+    using Parts = std::vector<std::wstring>;
+    EXPECT_EQ(kel::detail::resolvedParts(L"/a//b/./c/", L'/'), (Parts{L"a", L"b", L"c"}));
+    EXPECT_EQ(kel::detail::resolvedParts(L"", L'/'), Parts{});
+    EXPECT_EQ(kel::detail::resolvedParts(L"\\", L'\\'), Parts{});
+}
+
+TEST(Path, ResolvedPartsLetDotDotTakeAwayThePartBefore) {
+    using Parts = std::vector<std::wstring>;
+    EXPECT_EQ(kel::detail::resolvedParts(L"a\\b\\..\\c", L'\\'), (Parts{L"a", L"c"}));
+    EXPECT_EQ(kel::detail::resolvedParts(L"../../x/..", L'/'), Parts{});
+    EXPECT_EQ(kel::detail::resolvedParts(L"..\\y", L'\\'), Parts{L"y"});
+    // Only the given separator divides.
+    EXPECT_EQ(kel::detail::resolvedParts(L"a\\b/c", L'/'), (Parts{L"a\\b", L"c"}));
+}
