@@ -4,7 +4,7 @@
 
 #include <climits>
 
-#include "time_support.h"
+#include "support/time_support.h"
 
 namespace {
 

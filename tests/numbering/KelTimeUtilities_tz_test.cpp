@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "support/isolation.h"
-#include "time_support.h"
+#include "support/time_support.h"
 
 namespace {
 

@@ -4,23 +4,13 @@
 #include <random>
 
 #include "platform/file_time.h"
+#include "support/time_support.h"
 
 namespace {
 
 using namespace kel::detail;
 
-SYSTEMTIME makeTime(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
-                    int milliseconds = 0) {
-    SYSTEMTIME t = {};
-    t.wYear = static_cast<decltype(t.wYear)>(year);
-    t.wMonth = static_cast<decltype(t.wMonth)>(month);
-    t.wDay = static_cast<decltype(t.wDay)>(day);
-    t.wHour = static_cast<decltype(t.wHour)>(hour);
-    t.wMinute = static_cast<decltype(t.wMinute)>(minute);
-    t.wSecond = static_cast<decltype(t.wSecond)>(second);
-    t.wMilliseconds = static_cast<decltype(t.wMilliseconds)>(milliseconds);
-    return t;
-}
+using kel::test::makeTime;
 
 uint64_t ticksOf(const SYSTEMTIME& t) {
     FILETIME ft = {};

@@ -1,8 +1,8 @@
 // Helpers for the time tests: building SYSTEMTIME values and reading the
 // clock with the C library.
 
-#ifndef KEL_TESTS_NUMBERING_TIME_SUPPORT_H
-#define KEL_TESTS_NUMBERING_TIME_SUPPORT_H
+#ifndef KEL_TESTS_SUPPORT_TIME_SUPPORT_H
+#define KEL_TESTS_SUPPORT_TIME_SUPPORT_H
 
 #include <kel/Kel.h>
 
@@ -50,4 +50,4 @@ inline std::ostream& operator<<(std::ostream& out, const SYSTEMTIME& t) {
                << ':' << t.wSecond << '.' << t.wMilliseconds << " (day " << t.wDayOfWeek << ')';
 }
 
-#endif  // KEL_TESTS_NUMBERING_TIME_SUPPORT_H
+#endif  // KEL_TESTS_SUPPORT_TIME_SUPPORT_H
