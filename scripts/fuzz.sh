@@ -8,11 +8,16 @@ cd "$(dirname "$0")/.."
 
 runs=${1:-100000}
 if ! command -v clang++ >/dev/null; then
-    echo "fuzz.sh: clang++ not found; fuzz targets skipped" >&2
-    exit 0
+    echo "fuzz.sh: clang++ not found (scripts/deps.sh installs it)" >&2
+    exit 1
 fi
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz -j "$(nproc)" >/dev/null
+mkdir -p build
+log=build/fuzz-build.log
+if ! { cmake --preset fuzz && cmake --build --preset fuzz -j "$(nproc)"; } >"$log" 2>&1; then
+    cat "$log"
+    echo "=== fuzz: build failed" >&2
+    exit 1
+fi
 list=build/fuzz/fuzzers.txt
 grep -q . "$list" || { echo "=== fuzz: no targets yet"; exit 0; }
 while read -r target; do

@@ -15,8 +15,14 @@ run_preset() {
     local preset=$1 start=$SECONDS
     shift
     echo "=== $preset: configure and build"
-    cmake --preset "$preset" >/dev/null
-    cmake --build --preset "$preset" -j "$jobs" >/dev/null
+    # The build's output goes to a log, shown whole when the build fails.
+    local log="build/$preset-build.log"
+    mkdir -p build
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" -j "$jobs"; } >"$log" 2>&1; then
+        cat "$log"
+        echo "=== $preset: build failed" >&2
+        exit 1
+    fi
     echo "=== $preset: tests"
     "$@" ctest --preset "$preset" -j "$jobs"
     bash scripts/list-skipped.sh "build/$preset"
