@@ -38,6 +38,7 @@ class IsolationListener : public ::testing::EmptyTestEventListener {
         fs::create_directories(dir / "registry");
         fs::permissions(dir / "runtime", fs::perms::owner_all, fs::perm_options::replace);
         g_tempDir = dir.string();
+        fs::current_path(dir);
         setEnv("HOME", (dir / "home").string().c_str());
         setEnv("XDG_CONFIG_HOME", (dir / "config").string().c_str());
         setEnv("XDG_DATA_HOME", (dir / "data").string().c_str());

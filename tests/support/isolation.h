@@ -1,8 +1,10 @@
 // Per-test isolation for the library's tests.
 //
-// Before each test the support code creates a fresh temporary directory and
-// points HOME, the XDG_* directories, KEL_REGISTRY_DIR and the Windows
-// profile variables into it; after the test it removes the directory.
+// Before each test the support code creates a fresh temporary directory,
+// makes it the current directory and points HOME, the XDG_* directories,
+// KEL_REGISTRY_DIR and the Windows profile variables into it; after the test
+// it removes the directory. A relative path in a test therefore never meets
+// what other programs left in the system's temporary directory.
 //
 //   TEST(Files, WritesIntoTheTestDirectory) {
 //       const std::string file = kel::test::tempDir() + "/a.txt";
