@@ -1,8 +1,8 @@
 // KelPlatform.h - process-wide services the library shares with its host.
 //
 // The last-error value, the debug-output sink, the handler the bounded
-// runtime functions call on invalid parameters, the calling thread's id and
-// the narrow code page the library converts with.
+// runtime functions call on invalid parameters, the message-box hook, the
+// calling thread's id and the narrow code page the library converts with.
 //
 //   kelSetDebugOutputHandler([](const wchar_t* text, void*) { log(text); }, nullptr);
 //   if (!ok) printf("failed: %lu\n", kelGetLastError());
@@ -50,6 +50,23 @@ typedef void (*KelInvalidParameterHandler)(const wchar_t* expression, const wcha
 KEL_API KelInvalidParameterHandler
 kelSetInvalidParameterHandler(KelInvalidParameterHandler handler);
 KEL_API KelInvalidParameterHandler kelGetInvalidParameterHandler();
+
+// Shows one message box for the library: `owner` is the owner window (may
+// be null), `style` the MB_* flags (buttons, icon, default button). Returns
+// the button the user chose (IDOK 1, IDCANCEL 2, IDABORT 3, IDRETRY 4,
+// IDIGNORE 5, IDYES 6, IDNO 7), or 0 when the box could not be shown.
+typedef int (*KelMessageBoxHandler)(HWND owner, const wchar_t* text, const wchar_t* caption,
+                                    unsigned int style, void* context);
+
+// Installs `handler` (with `context` passed back on each call) as the one
+// way the library shows message boxes: its own boxes, KelWinMessage, the
+// error tracer's, the performance monitor's and the progress dialog's all
+// pass through it. A null handler restores the default: MessageBoxW on
+// Windows; elsewhere a dialog of the desktop's toolkit when a display
+// exists, otherwise one line "caption: text" on stderr and the result 0.
+// A host that draws its own dialogs (a Qt or GTK application) installs its
+// own here.
+KEL_API void kelSetMessageBoxHandler(KelMessageBoxHandler handler, void* context);
 
 // The operating system's id of the calling thread (the kernel thread id on
 // Linux, GetCurrentThreadId on Windows).
