@@ -16,6 +16,14 @@ if(KEL_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(KEL_SANITIZE_THREADS)
+    if(MSVC OR KEL_SANITIZE)
+        message(FATAL_ERROR "KEL_SANITIZE_THREADS needs GCC or Clang, without KEL_SANITIZE")
+    endif()
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+endif()
+
 if(KEL_BUILD_FUZZERS)
     # Coverage for libFuzzer in every object; the fuzz targets add the
     # fuzzer's main when they link.

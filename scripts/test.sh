@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite: the default build, the sanitizer
-# build (AddressSanitizer + UndefinedBehaviorSanitizer), the Windows build
+# build (AddressSanitizer + UndefinedBehaviorSanitizer), the threaded tests
+# under ThreadSanitizer, the Windows build
 # (MinGW-w64) with its tests run under Wine, then a check of the installed
 # package and a bounded run of every fuzz target. Stops at the first
 # failure with a nonzero exit.
@@ -31,6 +32,8 @@ run_preset() {
 
 run_preset default
 run_preset asan
+# The threaded tests again, under ThreadSanitizer.
+run_preset tsan
 # Windows: a wine server runs for the whole of the mingw tests.
 run_preset mingw bash scripts/windows-wine.sh run build/mingw
 bash scripts/check-package.sh build/default
