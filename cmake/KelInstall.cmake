@@ -14,6 +14,8 @@ install(TARGETS kel
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/kel"
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     FILES_MATCHING PATTERN "*.h")
+install(FILES "${PROJECT_BINARY_DIR}/include/kel/KelVersion.h"
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kel)
 
 install(EXPORT kelTargets
     NAMESPACE kel::

@@ -11,9 +11,19 @@ cd "$(dirname "$0")/.."
 bash scripts/deps.sh
 
 jobs=$(nproc)
+# The time of each stage, printed at the end.
+stages=()
+# stage <name> <command>...: runs the command as one timed stage.
+stage() {
+    local name=$1 start=$SECONDS
+    shift
+    "$@"
+    stages+=("$(printf '%-16s %5d s' "$name" $((SECONDS - start)))")
+}
+
 # run_preset <preset> [command that runs the tests' command]
 run_preset() {
-    local preset=$1 start=$SECONDS
+    local preset=$1
     shift
     echo "=== $preset: configure and build"
     # The build's output goes to a log, shown whole when the build fails.
@@ -27,15 +37,17 @@ run_preset() {
     echo "=== $preset: tests"
     "$@" ctest --preset "$preset" -j "$jobs"
     bash scripts/list-skipped.sh "build/$preset"
-    echo "=== $preset: passed in $((SECONDS - start)) s"
 }
 
-run_preset default
-run_preset asan
+total=$SECONDS
+stage default run_preset default
+stage asan run_preset asan
 # The threaded tests again, under ThreadSanitizer.
-run_preset tsan
+stage tsan run_preset tsan
 # Windows: a wine server runs for the whole of the mingw tests.
-run_preset mingw bash scripts/windows-wine.sh run build/mingw
-bash scripts/check-package.sh build/default
-bash scripts/fuzz.sh 100000
+stage mingw run_preset mingw bash scripts/windows-wine.sh run build/mingw
+stage package bash scripts/check-package.sh build/default
+stage fuzz bash scripts/fuzz.sh
 echo "=== all tests passed"
+printf '%s\n' "${stages[@]}"
+printf '%-16s %5d s\n' total $((SECONDS - total))

@@ -12,6 +12,7 @@
 #include <kel/KelExport.h>
 #include <kel/KelPlatform.h>
 #include <kel/KelPlatformTypes.h>
+#include <kel/KelVersion.h>
 
 // Text
 #include <kel/KelArray.h>
@@ -43,5 +44,8 @@
 #include <kel/KelFileAccess.h>
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
+
+// The standard library's view of kel's types
+#include <kel/KelStd.h>
 
 #endif  // KEL_KEL_H

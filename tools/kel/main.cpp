@@ -2,6 +2,7 @@
 //
 //   kel demo          a short tour of the library
 //   kel help          the list of subcommands
+//   kel --version     the versions of the tool and of the library
 
 #include <algorithm>
 #include <clocale>
@@ -9,6 +10,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <kel/KelVersion.h>
 
 #include "command.h"
 
@@ -75,6 +78,10 @@ int main(int argc, char** argv) {
     const std::string name = argv[1];
     if (name == "-h" || name == "--help")
         return kel::tool::usage(stdout);
+    if (name == "--version") {
+        std::printf("kel %s (library %s)\n", KEL_VERSION_STRING, kelGetVersion());
+        return 0;
+    }
     for (const kel::tool::Command* c : kel::tool::commands()) {
         if (name == c->name)
             return c->run(std::vector<std::string>(argv + 2, argv + argc));
