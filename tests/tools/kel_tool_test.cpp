@@ -10,11 +10,12 @@
 
 using kel::test::kelTool;
 using kel::test::runProgram;
+using kel::test::toolText;
 
 TEST(KelTool, VersionNamesTheToolAndTheLoadedLibrary) {
     const auto r = runProgram(kelTool(), {L"--version"});
     EXPECT_EQ(0, r.exitCode);
-    EXPECT_EQ("kel " KEL_VERSION_STRING " (library " KEL_VERSION_STRING ")\n", r.out);
+    EXPECT_EQ(toolText("kel " KEL_VERSION_STRING " (library " KEL_VERSION_STRING ")\n"), r.out);
     EXPECT_EQ("", r.err);
 }
 
@@ -31,11 +32,11 @@ TEST(KelTool, WithoutArgumentsPrintsUsageOnStderrWithExitTwo) {
     const auto r = runProgram(kelTool(), {});
     EXPECT_EQ(2, r.exitCode);
     EXPECT_EQ("", r.out);
-    EXPECT_EQ(0u, r.err.find("usage: kel <command> [arguments]\n"));
+    EXPECT_EQ(0u, r.err.find(toolText("usage: kel <command> [arguments]\n")));
 }
 
 TEST(KelTool, UnknownCommandIsNamedWithExitTwo) {
     const auto r = runProgram(kelTool(), {L"frobnicate"});
     EXPECT_EQ(2, r.exitCode);
-    EXPECT_EQ("kel: unknown command 'frobnicate' (try 'kel help')\n", r.err);
+    EXPECT_EQ(toolText("kel: unknown command 'frobnicate' (try 'kel help')\n"), r.err);
 }

@@ -143,4 +143,16 @@ fs::path kelTool() {
     return KEL_TOOL_PATH;
 }
 
+std::string toolText(const std::string& text) {
+    if (!kWindows)
+        return text;
+    std::string result;
+    for (char c : text) {
+        if (c == '\n')
+            result += '\r';
+        result += c;
+    }
+    return result;
+}
+
 }  // namespace kel::test

@@ -27,6 +27,10 @@ ProgramResult runProgram(const std::filesystem::path& program,
                          const std::vector<std::wstring>& arguments,
                          const std::string& input = std::string());
 
+// `text` as the tool writes it to its standard streams, which are in text
+// mode: each "\n" becomes "\r\n" on Windows.
+std::string toolText(const std::string& text);
+
 // The built kel tool: beside the test program in a Windows build, in its
 // own build folder elsewhere.
 std::filesystem::path kelTool();
