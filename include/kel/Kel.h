@@ -44,4 +44,10 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Processes, progress and notification
+#include <kel/KelProcessEvolutionManager.h>
+#include <kel/KelRBTree.h>
+#include <kel/KelThreadsPool.h>
+#include <kel/KelUserNotification.h>
+
 #endif  // KEL_KEL_H
