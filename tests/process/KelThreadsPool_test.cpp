@@ -14,6 +14,7 @@ namespace {
 
 using kel::test::Counter;
 using kel::test::Gate;
+using kel::test::ThreadWatch;
 
 // How long a test gives a worker to (wrongly) start a task before it
 // concludes that no worker is free. Only ever a lower bound: a slow machine
@@ -137,18 +138,18 @@ TEST(KelThreadsPool, Constructor_CountBelowOneStartsOneWorker) {
 }
 
 TEST(KelThreadsPool, Wait_WithAnEmptyQueueReturnsOnceEveryWorkerHasEnded) {
-    Counter ended;
+    ThreadWatch workers;
     {
         KelThreadsPool pool(3);
         // Three tasks that meet before they finish land on three different
-        // workers; each asks to hear when its thread ends.
+        // workers; each has its thread watched.
         struct Meeting {
             Counter arrived;
-            Counter* ended;
-        } meeting{{}, &ended};
+            ThreadWatch* workers;
+        } meeting{{}, &workers};
         auto meet = [](void* argument) {
             auto* meeting = static_cast<Meeting*>(argument);
-            kel::test::notifyAtExit(meeting->ended);
+            meeting->workers->watchCurrentThread();
             meeting->arrived.add();
             meeting->arrived.waitFor(3);
         };
@@ -156,10 +157,10 @@ TEST(KelThreadsPool, Wait_WithAnEmptyQueueReturnsOnceEveryWorkerHasEnded) {
             pool.QueueTask(meet, &meeting);
         ASSERT_TRUE(meeting.arrived.waitFor(3));
         std::this_thread::sleep_for(kSettle);  // let the tasks return: the queue is empty
-        EXPECT_EQ(ended.value(), 0);
+        EXPECT_EQ(workers.ended(), 0);
 
         pool.WaitForThreadsToFinishWork();
-        EXPECT_EQ(ended.value(), 3);
+        EXPECT_EQ(workers.ended(), 3);
     }
 }
 
@@ -173,7 +174,7 @@ TEST(KelThreadsPool, Wait_RunsEveryTaskQueuedBeforeIt) {
 }
 
 TEST(KelThreadsPool, Wait_TasksQueuedWhileStoppingStillRunIfAWorkerTakesThem) {
-    Counter idleEnded;
+    ThreadWatch idle;
     std::atomic<int> late(0);
     KelThreadsPool pool(2);
 
@@ -193,13 +194,13 @@ TEST(KelThreadsPool, Wait_TasksQueuedWhileStoppingStillRunIfAWorkerTakesThem) {
         &busy);
     ASSERT_TRUE(busy.blocker.started.waitFor(1));
     struct Mark {
-        Counter* ended;
+        ThreadWatch* idle;
         Counter done;
-    } mark{&idleEnded, {}};
+    } mark{&idle, {}};
     pool.QueueTask(
         [](void* argument) {
             auto* mark = static_cast<Mark*>(argument);
-            kel::test::notifyAtExit(mark->ended);
+            mark->idle->watchCurrentThread();
             mark->done.add();
         },
         &mark);
@@ -207,7 +208,7 @@ TEST(KelThreadsPool, Wait_TasksQueuedWhileStoppingStillRunIfAWorkerTakesThem) {
 
     std::thread waiter([&pool] { pool.WaitForThreadsToFinishWork(); });
     // The idle worker ends only because the pool is stopping.
-    ASSERT_TRUE(idleEnded.waitFor(1));
+    ASSERT_TRUE(idle.waitForEnded(1));
     busy.blocker.gate.open();
     waiter.join();
     EXPECT_EQ(late.load(), 1);
@@ -282,13 +283,13 @@ TEST(KelThreadsPool, Destructor_WithoutWaitRunsTheQueuedTasksFirst) {
 }
 
 TEST(KelThreadsPool, Destructor_OfAnUnusedPoolEndsItsWorkers) {
-    Counter ended;
+    ThreadWatch worker;
     {
         KelThreadsPool pool(1);
-        pool.QueueTask(
-            [](void* counter) { kel::test::notifyAtExit(static_cast<Counter*>(counter)); }, &ended);
+        pool.QueueTask([](void* watch) { static_cast<ThreadWatch*>(watch)->watchCurrentThread(); },
+                       &worker);
     }
-    EXPECT_EQ(ended.value(), 1);
+    EXPECT_EQ(worker.ended(), 1);
 }
 
 TEST(KelThreadsPool, QueueTask_NullFunctionIsIgnored) {
