@@ -45,6 +45,12 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Processes, progress and notification
+#include <kel/KelProcessEvolutionManager.h>
+#include <kel/KelRBTree.h>
+#include <kel/KelThreadsPool.h>
+#include <kel/KelUserNotification.h>
+
 // The standard library's view of kel's types
 #include <kel/KelStd.h>
 
