@@ -127,7 +127,7 @@ std::string testDriversMissing() {
 // ----- files -------------------------------------------------------------
 
 std::wstring testPath(const std::wstring& name) {
-    return (fs::path(tempDirW()) / fs::path(name)).wstring();
+    return (fs::path(tempDirW()) / fs::path(name)).generic_wstring();
 }
 
 void writeBytes(const std::wstring& path, const std::string& bytes) {

@@ -57,7 +57,11 @@ std::vector<std::wstring> testDriverNames();
 
 // ----- files -------------------------------------------------------------
 
-// `name` inside the current test's own folder.
+// `name` inside the current test's own folder, with "/" between folders on
+// every system. Deliberate: the SQLite driver takes a connection string
+// without "Database=" as the name of its file, and creates that file in
+// the current folder unless the name holds a "/" (whose folder does not
+// exist); with "/" its DBQ strings fail on Windows as they do elsewhere.
 std::wstring testPath(const std::wstring& name);
 // Writes `bytes` to `path`, creating the folders it needs.
 void writeBytes(const std::wstring& path, const std::string& bytes);

@@ -9,14 +9,17 @@
 file(GLOB _kel_mdb_odbc_driver /usr/lib/*/odbc/libmdbodbc.so /usr/lib/odbc/libmdbodbc.so)
 file(GLOB _kel_sqlite_odbc_driver
     /usr/lib/*/odbc/libsqlite3odbc.so /usr/lib/odbc/libsqlite3odbc.so)
-list(GET _kel_mdb_odbc_driver 0 KEL_TEST_MDB_ODBC_DRIVER)
-list(GET _kel_sqlite_odbc_driver 0 KEL_TEST_SQLITE_ODBC_DRIVER)
-if(NOT _kel_mdb_odbc_driver)
-    set(KEL_TEST_MDB_ODBC_DRIVER "")
+# Cached, so that the test programs of other folders (the kel tool's) see them too.
+set(_kel_mdb "")
+set(_kel_sqlite "")
+if(_kel_mdb_odbc_driver)
+    list(GET _kel_mdb_odbc_driver 0 _kel_mdb)
 endif()
-if(NOT _kel_sqlite_odbc_driver)
-    set(KEL_TEST_SQLITE_ODBC_DRIVER "")
+if(_kel_sqlite_odbc_driver)
+    list(GET _kel_sqlite_odbc_driver 0 _kel_sqlite)
 endif()
+set(KEL_TEST_MDB_ODBC_DRIVER "${_kel_mdb}" CACHE INTERNAL "")
+set(KEL_TEST_SQLITE_ODBC_DRIVER "${_kel_sqlite}" CACHE INTERNAL "")
 
 set(KEL_TEST_ODBC_DIR "${CMAKE_CURRENT_BINARY_DIR}/odbc" CACHE INTERNAL "")
 set(_kel_default_entry "")

@@ -80,7 +80,7 @@ TEST(Replacement, DriversFailingOnExistingFilesGiveWayUntilTheListRunsEmpty) {
     }
     {
         SCOPED_TRACE("the alternate driver fails too: the empty list is read again");
-        // The SQLite driver reads no DBQ, so it fails on the existing file.
+        // The SQLite driver reads no DBQ: it fails although the file exists.
         KelString connection(dbqConnection(kAlternateDriver, junk).c_str());
         EXPECT_EQ(KelDataSourcesUtilities::replaceAlternateDriver(connection), 1);
         EXPECT_EQ(text(connection), dbqConnection(kDefaultDriver, junk));

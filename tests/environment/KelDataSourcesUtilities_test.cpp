@@ -526,12 +526,13 @@ TEST_F(DataSources, ConnectsToASQLiteDatabase) {
 
 TEST_F(DataSources, TheSQLiteDriverDoesNotReadDbq) {
     KEL_REQUIRE_TEST_DRIVERS();
-    // The SQLite driver takes its file from "Database="; with "DBQ=" alone
-    // it fails although the file exists.
+    // The SQLite driver takes its file from "Database="; without it the
+    // whole string names the file, in a folder that does not exist, so it
+    // fails although the file after "DBQ=" exists.
     const std::wstring database = kel::test::sqliteDatabase(L"catalogue.sqlite");
-    EXPECT_EQ(KelDataSourcesUtilities::testConnection(
-                  dbqConnection(kAlternateDriver, kel::test::driverPath(database)).c_str()),
-              -1);
+    EXPECT_EQ(
+        KelDataSourcesUtilities::testConnection(dbqConnection(kAlternateDriver, database).c_str()),
+        -1);
 }
 
 TEST_F(DataSources, AMissingDatabaseFileGivesZero) {

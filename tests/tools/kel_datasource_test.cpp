@@ -58,24 +58,21 @@ protected:
     void SetUp() override { kel::test::removeStoreValues(); }
     void TearDown() override { kel::test::removeStoreValues(); }
 
-    // A configuration file with two data sources, one naming each driver,
-    // both for database files that do not exist.
+    // A configuration file with two data sources naming the alternate
+    // driver, for database files that do not exist. (The SQLite driver
+    // fails quietly; the mdbtools driver would write to stderr.)
     static std::wstring writeConfiguration(const std::wstring& path) {
-        kel::test::writeBytes(
-            path, kel::test::configuration(
-                      kel::test::dataSource(L"Projects", L"x64",
-                                            dbqConnection(kAlternateDriver, missing())) +
-                      "\n" +
-                      kel::test::dataSource(L"Catalogue", L"x86",
-                                            dbqConnection(kDefaultDriver, missing())) +
-                      "\n"));
+        const std::wstring named = dbqConnection(kAlternateDriver, missing());
+        kel::test::writeBytes(path, kel::test::configuration(
+                                        kel::test::dataSource(L"Projects", L"x64", named) + "\n" +
+                                        kel::test::dataSource(L"Catalogue", L"x86", named) + "\n"));
         return path;
     }
 
     static std::wstring missing() { return kel::test::testPath(L"missing.mdb"); }
 
     // What "list" prints for that file: the family-wide entries first, and
-    // every string naming the default driver, which is installed.
+    // every string rewritten to the default driver, which is installed.
     static std::string listed(const std::string& profiles = "") {
         const std::string named = utf8(dbqConnection(kDefaultDriver, missing()));
         return "x64\tOrbisProfiles2015.1\t" + profiles +

@@ -142,6 +142,15 @@ std::wstring sqliteDriver() {
     return found;
 }
 
+void showTest(const std::wstring& connection) {
+    const int result = KelDataSourcesUtilities::testConnection(connection.c_str());
+    const wchar_t* meaning = result == 1   ? L"connected"
+                             : result == 0 ? L"failed, and the file after DBQ= does not exist"
+                                           : L"failed, although the file after DBQ= exists";
+    line(L"testConnection(\"" + connection + L"\")");
+    line(L"  -> " + std::to_wstring(result) + L" (" + meaning + L")");
+}
+
 void showDrivers(const DemoFolder& folder) {
     line("");
     const auto& drivers = kel::detail::DataSourcesAccess::installedDrivers();
@@ -171,18 +180,11 @@ void showDrivers(const DemoFolder& folder) {
     }
     const std::wstring database = folder.path("catalogue.sqlite");
     const std::wstring connection = L"DRIVER={" + sqlite + L"};Database=" + database;
-    const int connected = KelDataSourcesUtilities::testConnection(connection.c_str());
-    line(L"testConnection(\"" + connection + L"\")");
-    line(L"  -> " + std::to_wstring(connected) + L" (the driver created the SQLite database: " +
-         (fs::exists(fs::path(database)) ? L"yes" : L"no") + L")");
-    const std::wstring missing = connectionFor(sqlite, folder.path("missing.mdb"));
-    line(L"testConnection(\"" + missing + L"\")");
-    line(L"  -> " + std::to_wstring(KelDataSourcesUtilities::testConnection(missing.c_str())) +
-         L" (failed, the file does not exist)");
-    const std::wstring existing = connectionFor(sqlite, database);
-    line(L"testConnection(\"" + existing + L"\")");
-    line(L"  -> " + std::to_wstring(KelDataSourcesUtilities::testConnection(existing.c_str())) +
-         L" (failed although the file exists: this driver reads Database=, not DBQ=)");
+    showTest(connection);
+    line(L"  (the driver created the SQLite database: " +
+         std::wstring(fs::exists(fs::path(database)) ? L"yes" : L"no") + L")");
+    showTest(connectionFor(sqlite, folder.path("missing.mdb")));
+    showTest(connectionFor(sqlite, database));
 }
 
 void showDataSources() {
