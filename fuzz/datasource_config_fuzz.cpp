@@ -24,7 +24,8 @@ void check(const KelString& text, const KelString& value) {
 }
 
 void scan(const KelString& text, const KelString& product) {
-    for (const kel::detail::ScannedDataSource& entry : kel::detail::scanDataSources(text, product)) {
+    for (const kel::detail::ScannedDataSource& entry :
+         kel::detail::scanDataSources(text, product)) {
         check(text, entry.name);
         check(text, entry.connectionString);
         check(text, entry.platform);
@@ -51,7 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::wstring product =
             zero != nullptr ? kel::detail::utf8ToWide(std::string_view(bytes, split)) : L"Gantrix";
         const size_t start = zero != nullptr ? split + 1 : 0;
-        const std::wstring text = kel::detail::utf8ToWide(std::string_view(bytes + start, size - start));
+        const std::wstring text =
+            kel::detail::utf8ToWide(std::string_view(bytes + start, size - start));
         scan(KelString(text.c_str()), KelString(product.c_str()));
     }
     return 0;
