@@ -77,7 +77,7 @@ std::wstring driverPath(const std::wstring& path);
 
 // Connection strings: "DRIVER={<driver>};UID=;PWD=;DBQ=<file>", and the
 // SQLite driver's own form "DRIVER={Pelion ODBC Driver};Database=<file>"
-// (the SQLite driver does not read DBQ).
+// (the SQLite driver takes its file from "Database=" only).
 std::wstring dbqConnection(const std::wstring& driver, const std::wstring& file);
 std::wstring sqliteConnection(const std::wstring& database);
 
