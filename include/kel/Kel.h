@@ -35,6 +35,8 @@
 #include <kel/KelTimeUtilities.h>
 
 // Environment and configuration
+#include <kel/KelDataSource.h>
+#include <kel/KelDataSourcesUtilities.h>
 #include <kel/KelProductDefines.h>
 #include <kel/KelPromptsProxy.h>
 #include <kel/KelRegistry.h>

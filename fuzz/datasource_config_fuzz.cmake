@@ -1,0 +1,1 @@
+kel_add_fuzzer(datasource_config_fuzz SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/datasource_config_fuzz.cpp)
