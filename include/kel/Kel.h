@@ -44,4 +44,9 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Diagnostics
+#include <kel/KelDebugInterfaces.h>
+#include <kel/KelLogfile.h>
+#include <kel/KelPerfMonitor.h>
+
 #endif  // KEL_KEL_H
