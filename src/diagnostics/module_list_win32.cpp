@@ -1,8 +1,10 @@
 // The module listing on Windows: toolhelp snapshots of the system's
 // processes and of the current process's modules.
 
+// clang-format off
+#include <windows.h>  // first: tlhelp32.h relies on its types
 #include <tlhelp32.h>
-#include <windows.h>
+// clang-format on
 
 #include "diagnostics/module_list.h"
 

@@ -1,8 +1,10 @@
 // The known folders on Windows: the shell's personal folder and the root
 // of drive C.
 
+// clang-format off
+#include <windows.h>  // first: shlobj.h relies on its types
 #include <shlobj.h>
-#include <windows.h>
+// clang-format on
 
 #include "platform/known_folders.h"
 

@@ -1,5 +1,6 @@
 #include "diagnostics_test_support.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iterator>
@@ -113,8 +114,14 @@ bool parseListingLine(const std::string& line, ListingLine& parsed) {
         sizeColumn.find_first_not_of(' ', padding) != std::string::npos) {
         return false;
     }
-    parsed.version = line.substr(22, 16);
-    parsed.path = line.substr(38);
+    // A version longer than its 16 columns pushes the path to the right.
+    const size_t versionEnd = line.find_first_not_of("0123456789.", 22);
+    const size_t pathStart =
+        std::max<size_t>(38, versionEnd == std::string::npos ? line.size() : versionEnd);
+    if (line.find_first_not_of(' ', versionEnd) < 38)
+        return false;
+    parsed.version = line.substr(22, pathStart - 22);
+    parsed.path = line.substr(pathStart);
     return isHex(parsed.base) && isHex(parsed.size);
 }
 

@@ -41,7 +41,7 @@ std::filesystem::path peSample(const std::string& name);
 struct ListingLine {
     std::string base;     // the 8 hexadecimal digits after "0x"
     std::string size;     // the hexadecimal digits of the size
-    std::string version;  // the 16 version columns, blanks kept
+    std::string version;  // the 16 version columns, blanks kept (more for a longer version)
     std::string path;     // the rest
 };
 

@@ -7,8 +7,10 @@
 #include "support/isolation.h"
 
 #if defined(_WIN32)
+// clang-format off
+#include <windows.h>  // first: shlobj.h relies on its types
 #include <shlobj.h>
-#include <windows.h>
+// clang-format on
 #endif
 
 namespace fs = std::filesystem;
