@@ -22,7 +22,7 @@ void closeLog(std::FILE* stream) {
 }
 
 void truncateLeavingOpen(const std::wstring& path) {
-    std::FILE* stream = openLog(path, L"w");
+    std::FILE* stream = openTruncatingStream(path);
     // Deliberately not closed: see the header. A failed open has nothing to
     // close.
     (void)stream;

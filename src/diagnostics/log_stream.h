@@ -33,6 +33,12 @@ void closeLog(std::FILE* stream);
 // stream stays behind unused until the process ends.
 void truncateLeavingOpen(const std::wstring& path);
 
+// The system half of truncateLeavingOpen: the runtime's own stream with
+// mode "w" (nothing is ever written through it, and the runtime keeps it on
+// its list of open streams until the process ends), not inherited by child
+// processes where the system allows; null when it cannot be opened.
+std::FILE* openTruncatingStream(const std::wstring& path);
+
 // Formats and writes; the count of characters written, or -1.
 int printLog(std::FILE* stream, const wchar_t* format, ...);
 
