@@ -47,6 +47,11 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Diagnostics
+#include <kel/KelDebugInterfaces.h>
+#include <kel/KelLogfile.h>
+#include <kel/KelPerfMonitor.h>
+
 // Processes, progress and notification
 #include <kel/KelProcessEvolutionManager.h>
 #include <kel/KelRBTree.h>
