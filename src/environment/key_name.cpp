@@ -1,6 +1,7 @@
 #include "environment/key_name.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "environment/hive_store.h"
 #include "platform/case_fold.h"

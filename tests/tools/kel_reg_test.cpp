@@ -20,7 +20,6 @@
 #include "platform/utf.h"
 #include "run_program.h"
 #include "support/isolation.h"
-#include "support/system.h"
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -795,30 +794,6 @@ TEST_F(KelReg, ExportWrapsHexAndKeepsControlCharactersQuoted) {
                                                     n + tab + "\r\n")));
 }
 
-TEST_F(KelReg, ImportChecksEveryKeyForWritingFirst) {
-    // The machine hive of an ordinary user: readable, not writable.
-    const std::string file = kel::test::tempDir() + "/two.reg";
-    writeFile(file,
-              "Windows Registry Editor Version 5.00\r\n\r\n"
-              "[HKEY_CURRENT_USER\\Software\\KelTest]\r\n"
-              "\"user\"=\"u\"\r\n\r\n"
-              "[HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper]\r\n"
-              "\"machine\"=\"m\"\r\n");
-    if (kel::test::kWindows)
-        GTEST_SKIP() << "no part of the system registry here is read-only for the test";
-    putValue(Hive::Machine, kKey, L"existing", kRegSz, textToValueData(L"x", true));
-#if !defined(_WIN32)
-    const std::string hive = kel::test::tempDir() + "/registry/machine.db";
-    ASSERT_EQ(chmod(hive.c_str(), 0444), 0);
-    Result result = reg({"import", file});
-    chmod(hive.c_str(), 0644);
-    expectFailure(result, "Access is denied");
-    EXPECT_NE(result.err.find("HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper"),
-              std::string::npos);
-    EXPECT_FALSE(keyExists(Hive::User, kKey));
-#endif
-}
-
 TEST_F(KelReg, ImportIntoThe32BitView) {
     const std::string file = kel::test::tempDir() + "/view.reg";
     writeFile(file,
@@ -843,6 +818,27 @@ TEST_F(KelReg, ReadOnlyHiveGivesAccessDenied) {
     expectSuccess(query);
     EXPECT_NE(query.out.find("V    REG_SZ    1"), std::string::npos);
     chmod(hive.c_str(), 0644);
+}
+
+// The machine hive of an ordinary user: readable, not writable. (No part of
+// the system registry that a Windows test may use is read-only for it.)
+TEST_F(KelReg, ImportChecksEveryKeyForWritingFirst) {
+    const std::string file = kel::test::tempDir() + "/two.reg";
+    writeFile(file,
+              "Windows Registry Editor Version 5.00\r\n\r\n"
+              "[HKEY_CURRENT_USER\\Software\\KelTest]\r\n"
+              "\"user\"=\"u\"\r\n\r\n"
+              "[HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper]\r\n"
+              "\"machine\"=\"m\"\r\n");
+    putValue(Hive::Machine, kKey, L"existing", kRegSz, textToValueData(L"x", true));
+    const std::string hive = kel::test::tempDir() + "/registry/machine.db";
+    ASSERT_EQ(chmod(hive.c_str(), 0444), 0);
+    Result result = reg({"import", file});
+    chmod(hive.c_str(), 0644);
+    expectFailure(result, "Access is denied");
+    EXPECT_NE(result.err.find("HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper"),
+              std::string::npos);
+    EXPECT_FALSE(keyExists(Hive::User, kKey));
 }
 
 TEST_F(KelReg, HiveWithDamagedPagesIsReportedAndNotWritten) {
