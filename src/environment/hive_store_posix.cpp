@@ -23,9 +23,10 @@
 // meanwhile, at the price of one synchronisation. Concurrent processes wait
 // for each other (busy handler) instead of failing. The log is copied back
 // into the database file by SQLite's automatic checkpoints, which keep it
-// short, and completely (the log then emptied) when a process that wrote
-// ends: so once no process uses a hive any more, its database file alone
-// holds every value and may be copied on its own. The empty log files are
+// short, and completely (the log then emptied) by every process that has
+// the hive open for writing when it ends: so once no process uses a hive
+// any more, its database file alone holds every value and may be copied on
+// its own. The empty log files are
 // kept rather than deleted, so that processes that may only read a hive in
 // a directory they cannot write can still open it.
 
