@@ -295,6 +295,8 @@ TEST(RegFile, ControlCharactersOtherThanLineBreaksStayInQuotes) {
         std::wstring(kRegFileHeader) + L"\r\n\r\n[HKEY_CURRENT_USER\\X]\r\n" + line + L"\r\n"));
     EXPECT_EQ(parsed.keys[0].values[0].data, textToValueData(text, true));
     // A line break would end the line: hex(1), as for text with a zero in it.
+    // (Wine's editor writes "\r" and "\n" escapes of its own instead, and
+    // cuts text at a zero.)
     EXPECT_EQ(formatRegValue({L"v", false, kRegSz, textToValueData(L"a\rb", true)}),
               L"\"v\"=hex(1):61,00,0d,00,62,00,00,00");
 }
