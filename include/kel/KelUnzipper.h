@@ -125,6 +125,17 @@ protected:
 private:
     KelUnzipper(const KelUnzipper&) = delete;
     KelUnzipper& operator=(const KelUnzipper&) = delete;
+
+    // The archive's directory, read and checked whole before the first
+    // extraction; null until then.
+    struct Directory;
+    Directory* m_pDirectory;
+    // The archive's absolute path, for that check.
+    wchar_t m_szZipPath[MAX_PATH + 1];
+
+    // The checked directory; null (with the reason recorded) when the
+    // archive's directory is damaged.
+    const Directory* checkedDirectory();
 };
 
 #endif  // KEL_KELUNZIPPER_H

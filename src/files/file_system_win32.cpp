@@ -170,6 +170,15 @@ bool copyFile(std::wstring_view from, std::wstring_view to) {
     return ::CopyFileW(native(from).c_str(), native(to).c_str(), FALSE) != FALSE;
 }
 
+bool isLink(std::wstring_view path) {
+    const DWORD value = ::GetFileAttributesW(native(path).c_str());
+    return value != INVALID_FILE_ATTRIBUTES && (value & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool colonIsNameCharacter() {
+    return false;
+}
+
 std::FILE* openBinaryStream(std::wstring_view path, const char* mode) {
     std::wstring wideMode;
     for (const char* p = mode; *p != '\0'; ++p)

@@ -15,6 +15,8 @@
 
 #include "command.h"
 #include "files/file_system.h"
+#include "files/zip_directory.h"
+#include "files/zip_failure.h"
 #include "files/zip_names.h"
 #include "platform/path.h"
 
@@ -91,6 +93,11 @@ int runZip(const std::vector<std::string>& arguments) {
     return 0;
 }
 
+int cannotExtract(const std::wstring& what, const std::string& reason) {
+    std::fprintf(stderr, "kel unzip: cannot extract %s: %s\n", shown(what).c_str(), reason.c_str());
+    return 1;
+}
+
 int runUnzip(const std::vector<std::string>& arguments) {
     const Arguments args = parse(arguments);
     if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
@@ -103,6 +110,14 @@ int runUnzip(const std::vector<std::string>& arguments) {
         std::fprintf(stderr, "kel unzip: cannot open %s\n", shown(args.paths[0]).c_str());
         return 1;
     }
+    // The whole directory is checked before anything is written.
+    kel::detail::ArchiveDirectory directory;
+    std::string problem;
+    if (!kel::detail::readArchiveDirectory(archive, directory, problem))
+        return cannotExtract(args.paths[0], "damaged archive: " + problem);
+    const int count = zip.GetFileCount();
+    if (count == 0)
+        return cannotExtract(args.paths[0], "the archive holds no entries");
     const std::wstring folder = kel::detail::withoutTrailingSeparators(
         args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
                                : kel::detail::folderPart(archive));
@@ -113,13 +128,13 @@ int runUnzip(const std::vector<std::string>& arguments) {
         const std::wstring name = args.flat && !info.bFolder
                                       ? kel::detail::fileNamePart(info.szFileName)
                                       : std::wstring(info.szFileName);
-        if (!zip.UnzipFile(folder.c_str(), args.flat)) {
-            std::fprintf(stderr, "kel unzip: cannot extract %s\n", shown(info.szFileName).c_str());
-            return 1;
-        }
+        if (!zip.UnzipFile(folder.c_str(), args.flat))
+            return cannotExtract(info.szFileName, kel::detail::zipFailure());
         std::printf("%s\n", shown(kel::detail::joinPath(folder, name)).c_str());
         ++written;
     }
+    if (written != count)
+        return cannotExtract(args.paths[0], "damaged archive: the directory breaks off");
     std::printf("%d entries extracted into %s\n", written, shown(folder).c_str());
     return 0;
 }

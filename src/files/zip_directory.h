@@ -1,0 +1,56 @@
+// The central directory of an archive, read and checked on its own before
+// anything is extracted.
+//
+// minizip walks the directory one record at a time and trusts what each
+// record says; a directory that holds fewer records than its end record
+// announces, records that point outside the archive, or entries whose data
+// share bytes (the "overlapping kernel" bomb) only show up here, where the
+// whole directory is read at once.
+//
+//   ArchiveDirectory directory;
+//   std::string problem;
+//   if (!readArchiveDirectory(path, directory, problem))
+//       ...  // problem: "the directory holds 2 of the 3 entries it announces"
+
+#ifndef KEL_FILES_ZIP_DIRECTORY_H
+#define KEL_FILES_ZIP_DIRECTORY_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kel::detail {
+
+// One entry of the directory, its offsets absolute in the file.
+struct DirectoryEntry {
+    uint64_t header = 0;  // the entry's local header
+    uint64_t limit = 0;   // where the next entry's header or the directory begins
+    uint64_t record = 0;  // the directory record, counted as minizip counts it
+    uint64_t compressedSize = 0;
+    uint64_t uncompressedSize = 0;
+    uint32_t crc = 0;
+    uint16_t method = 0;
+    uint16_t flags = 0;
+};
+
+struct ArchiveDirectory {
+    // In the directory's order, which is the order of minizip's walk.
+    std::vector<DirectoryEntry> entries;
+};
+
+// Reads the directory of the archive at `path` and checks that it is whole:
+// the end record (and its ZIP64 form) agree with the records found, every
+// record is complete, every entry's header and data lie before the
+// directory, and no two entries share bytes. On failure `problem` says what
+// is wrong, for a person.
+bool readArchiveDirectory(std::wstring_view path, ArchiveDirectory& directory,
+                          std::string& problem);
+
+// A name for a compression method of the format, for messages: "bzip2"
+// for 12; empty for methods without a common name.
+const char* compressionMethodName(unsigned method);
+
+}  // namespace kel::detail
+
+#endif  // KEL_FILES_ZIP_DIRECTORY_H
