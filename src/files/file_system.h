@@ -60,6 +60,9 @@ bool isLink(std::wstring_view path);
 // Windows it would name a stream of the file instead.
 bool colonIsNameCharacter();
 
+// The size of a file in bytes; false when nothing exists at `path`.
+bool fileSize(std::wstring_view path, uint64_t& size);
+
 // The last-write time of a file or folder on the local clock.
 bool lastWriteLocalTime(std::wstring_view path, LocalTime& time);
 

@@ -233,6 +233,14 @@ bool fileAttributes(std::wstring_view path, uint32_t& attributes) {
     return true;
 }
 
+bool fileSize(std::wstring_view path, uint64_t& size) {
+    struct stat64 info = {};
+    if (!statPath(path, info))
+        return failWithErrno();
+    size = static_cast<uint64_t>(info.st_size);
+    return true;
+}
+
 bool lastWriteLocalTime(std::wstring_view path, LocalTime& time) {
     struct stat64 info = {};
     if (!statPath(path, info))

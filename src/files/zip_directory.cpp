@@ -266,6 +266,81 @@ bool readArchiveDirectory(std::wstring_view path, ArchiveDirectory& directory,
            checkExtents(directory, nameLengths, place.offset + before, problem);
 }
 
+namespace {
+
+void put16(unsigned char*& p, unsigned value) {
+    *p++ = static_cast<unsigned char>(value);
+    *p++ = static_cast<unsigned char>(value >> 8);
+}
+
+void put32(unsigned char*& p, uint32_t value) {
+    put16(p, value & 0xFFFF);
+    put16(p, value >> 16);
+}
+
+void put64(unsigned char*& p, uint64_t value) {
+    put32(p, static_cast<uint32_t>(value));
+    put32(p, static_cast<uint32_t>(value >> 32));
+}
+
+}  // namespace
+
+bool completeZip64End(std::wstring_view path) {
+    File file(openBinaryStream(path, "r+b"));
+    if (file == nullptr || seekBinaryStream(file.get(), 0, SEEK_END) != 0)
+        return false;
+    const long long size = tellBinaryStream(file.get());
+    unsigned char end[kEndSize];
+    if (size < static_cast<long long>(kEndSize) ||
+        !readAt(file.get(), static_cast<uint64_t>(size) - kEndSize, end, sizeof end) ||
+        get32(end) != kEndSignature) {
+        return false;
+    }
+    const uint64_t endPosition = static_cast<uint64_t>(size) - kEndSize;
+    const uint64_t directorySize = get32(end + 12);
+    const uint64_t directoryOffset = get32(end + 16);
+    if (get16(end + 10) != 0xFFFF || get16(end + 20) != 0 || directoryOffset == 0xFFFFFFFF)
+        return true;  // a count of its own, a comment, or minizip's own ZIP64 end
+    unsigned char locator[kLocator64Size];
+    if (endPosition >= kLocator64Size &&
+        readAt(file.get(), endPosition - kLocator64Size, locator, sizeof locator) &&
+        get32(locator) == kLocator64Signature) {
+        return true;
+    }
+    if (directoryOffset + directorySize != endPosition)
+        return false;
+    std::vector<unsigned char> bytes(static_cast<size_t>(directorySize));
+    if (!bytes.empty() && !readAt(file.get(), directoryOffset, bytes.data(), bytes.size()))
+        return false;
+    uint64_t count = 0;
+    for (size_t at = 0; at < bytes.size(); ++count) {
+        if (bytes.size() - at < kRecordSize || get32(&bytes[at]) != kRecordSignature)
+            return false;
+        at +=
+            kRecordSize + get16(&bytes[at + 28]) + get16(&bytes[at + 30]) + get16(&bytes[at + 32]);
+    }
+    unsigned char tail[kEnd64Size + kLocator64Size + kEndSize];
+    unsigned char* p = tail;
+    put32(p, kEnd64Signature);
+    put64(p, kEnd64Size - 12);  // the record's size after this field
+    put16(p, 45);               // made by and needed: format version 4.5
+    put16(p, 45);
+    put32(p, 0);
+    put32(p, 0);
+    put64(p, count);
+    put64(p, count);
+    put64(p, directorySize);
+    put64(p, directoryOffset);
+    put32(p, kLocator64Signature);
+    put32(p, 0);
+    put64(p, endPosition);
+    put32(p, 1);
+    std::memcpy(p, end, sizeof end);
+    return seekBinaryStream(file.get(), static_cast<long long>(endPosition), SEEK_SET) == 0 &&
+           std::fwrite(tail, 1, sizeof tail, file.get()) == sizeof tail &&
+           std::fflush(file.get()) == 0;
+}
+
 const char* compressionMethodName(unsigned method) {
     switch (method) {
         case 0:

@@ -47,6 +47,14 @@ struct ArchiveDirectory {
 bool readArchiveDirectory(std::wstring_view path, ArchiveDirectory& directory,
                           std::string& problem);
 
+// Completes the end of an archive that minizip has just written: with
+// 65,535 entries or more and a directory below 4 GiB, the end record says
+// 0xFFFF ("see the ZIP64 record") where some minizip releases write no
+// ZIP64 record. The ZIP64 end record and its locator are then added with
+// the true count, counted from the directory. True when the end of the
+// archive is complete, also when nothing was missing.
+bool completeZip64End(std::wstring_view path);
+
 // A name for a compression method of the format, for messages: "bzip2"
 // for 12; empty for methods without a common name.
 const char* compressionMethodName(unsigned method);
