@@ -3,7 +3,9 @@
 #include <minizip/unzip.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -251,43 +253,33 @@ private:
     std::vector<unsigned char> m_block = std::vector<unsigned char>(kExtractBlock);
 };
 
-// Copies the current entry into `path`, checking every byte on the way; a
-// file that failed is removed.
-bool extractCurrent(unzFile zip, const kel::detail::DirectoryEntry& entry,
-                    const std::wstring& path) {
-    int method = 0;
-    int level = 0;
-    if (unzOpenCurrentFile2(zip, &method, &level, 1) != UNZ_OK)
-        return kel::detail::failWith("the entry's local header is damaged");
-    // The local header may be longer than the directory let on; the data
-    // must still end before the next entry begins.
-    const ZPOS64_T dataStart = unzGetCurrentFileZStreamPos64(zip);
-    if (dataStart > entry.limit || entry.compressedSize > entry.limit - dataStart) {
-        unzCloseCurrentFile(zip);
-        return kel::detail::failWith("entries overlap (their data share bytes)");
-    }
+// Copies the entry into `path`, checking every byte on the way; a file
+// that failed is removed. The entry's bytes are read here, from the
+// checked directory's offsets, rather than through minizip: some minizip
+// builds read the ZIP64 sizes of an entry wrongly.
+bool extractEntry(std::FILE* archive, const kel::detail::DirectoryEntry& entry,
+                  const std::wstring& path) {
+    uint64_t dataStart = 0;
+    std::string problem;
+    if (!kel::detail::findEntryData(archive, entry, dataStart, problem))
+        return kel::detail::failWith(problem);
     kel::detail::BinaryFile out;
-    if (!out.create(path)) {
-        unzCloseCurrentFile(zip);
+    if (!out.create(path))
         return kel::detail::failWithSystemError("cannot create the file");
-    }
     EntryWriter writer(entry, out);
     bool ok = writer.start();
     std::vector<unsigned char> block(kExtractBlock);
     uint64_t raw = 0;
-    while (ok) {
-        const int n = unzReadCurrentFile(zip, block.data(), kExtractBlock);
+    while (ok && raw < entry.compressedSize) {
+        const size_t want =
+            static_cast<size_t>(std::min<uint64_t>(block.size(), entry.compressedSize - raw));
+        const size_t n = std::fread(block.data(), 1, want, archive);
         if (n == 0)
-            break;
-        if (n < 0) {
-            ok = kel::detail::failWith("the archive ends inside the entry's data");
-            break;
-        }
-        raw += static_cast<unsigned>(n);
+            break;  // the archive ends early: finish() says so
+        raw += n;
         ok = writer.take(block.data(), static_cast<unsigned>(n));
     }
     ok = ok && writer.finish(raw);
-    unzCloseCurrentFile(zip);
     if (!out.close() && ok)
         ok = kel::detail::failWithSystemError("cannot write the file");
     if (!ok)
@@ -322,6 +314,13 @@ struct KelUnzipper::Directory {
     kel::detail::ArchiveDirectory archive;
     bool sound = false;
     std::string problem;
+    // The archive, open for reading the entries' data.
+    std::FILE* file = nullptr;
+
+    ~Directory() {
+        if (file != nullptr)
+            std::fclose(file);
+    }
 };
 
 KelUnzipper::KelUnzipper(const wchar_t* zipPath)
@@ -459,6 +458,13 @@ const KelUnzipper::Directory* KelUnzipper::checkedDirectory() {
         m_pDirectory = new Directory;
         m_pDirectory->sound = kel::detail::readArchiveDirectory(m_szZipPath, m_pDirectory->archive,
                                                                 m_pDirectory->problem);
+        if (m_pDirectory->sound) {
+            m_pDirectory->file = kel::detail::openBinaryStream(m_szZipPath, "rb");
+            if (m_pDirectory->file == nullptr) {
+                m_pDirectory->sound = false;
+                m_pDirectory->problem = "cannot read the archive";
+            }
+        }
     }
     if (!m_pDirectory->sound) {
         kel::detail::failWith("damaged archive: " + m_pDirectory->problem);
@@ -517,7 +523,7 @@ bool KelUnzipper::UnzipFile(const wchar_t* folder, bool ignorePath) {
         (attributes & kel::detail::kAttributeDirectory) == 0) {
         kel::detail::deleteFile(path);
     }
-    if (!extractCurrent(zip, record, path))
+    if (!extractEntry(directory->file, record, path))
         return false;
     SetFileModTime(path.c_str(), static_cast<unsigned long>(entry.info.dosDate));
     return true;

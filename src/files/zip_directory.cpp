@@ -189,6 +189,7 @@ bool readRecords(const std::vector<unsigned char>& bytes, const DirectoryPlace& 
             return false;
         }
         entry.header = offset + before;
+        entry.nameLength = static_cast<uint16_t>(nameLength);
         directory.entries.push_back(entry);
         nameLengths.push_back(nameLength);
         at += length;
@@ -264,6 +265,42 @@ bool readArchiveDirectory(std::wstring_view path, ArchiveDirectory& directory,
     directory.entries.reserve(nameLengths.capacity());
     return readRecords(bytes, place, before, directory, nameLengths, problem) &&
            checkExtents(directory, nameLengths, place.offset + before, problem);
+}
+
+bool findEntryData(std::FILE* archive, const DirectoryEntry& entry, uint64_t& dataStart,
+                   std::string& problem) {
+    constexpr uint32_t kLocalSignature = 0x04034B50;
+    constexpr uint16_t kSizesFollowFlag = 0x8;
+    unsigned char local[kLocalHeaderSize];
+    if (!readAt(archive, entry.header, local, sizeof local) || get32(local) != kLocalSignature) {
+        problem = "the entry's local header is missing";
+        return false;
+    }
+    const bool sizesFollow = (get16(local + 6) & kSizesFollowFlag) != 0;
+    const uint32_t compressed = get32(local + 18);
+    const uint32_t uncompressed = get32(local + 22);
+    const auto agrees = [](uint32_t local32, uint64_t central) {
+        return local32 == 0xFFFFFFFF || local32 == central;
+    };
+    if (get16(local + 8) != entry.method || get16(local + 26) != entry.nameLength ||
+        (!sizesFollow &&
+         (get32(local + 14) != entry.crc || !agrees(compressed, entry.compressedSize) ||
+          !agrees(uncompressed, entry.uncompressedSize)))) {
+        problem = "the entry's local header disagrees with the directory";
+        return false;
+    }
+    dataStart = entry.header + kLocalHeaderSize + entry.nameLength + get16(local + 28);
+    // The local header may be longer than the directory let on; the data
+    // must still end before the next entry begins.
+    if (dataStart > entry.limit || entry.compressedSize > entry.limit - dataStart) {
+        problem = "entries overlap (their data share bytes)";
+        return false;
+    }
+    if (seekBinaryStream(archive, static_cast<long long>(dataStart), SEEK_SET) != 0) {
+        problem = "cannot read the archive";
+        return false;
+    }
+    return true;
 }
 
 namespace {

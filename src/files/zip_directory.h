@@ -32,6 +32,7 @@ struct DirectoryEntry {
     uint32_t crc = 0;
     uint16_t method = 0;
     uint16_t flags = 0;
+    uint16_t nameLength = 0;
 };
 
 struct ArchiveDirectory {
@@ -46,6 +47,13 @@ struct ArchiveDirectory {
 // is wrong, for a person.
 bool readArchiveDirectory(std::wstring_view path, ArchiveDirectory& directory,
                           std::string& problem);
+
+// Reads the local header of `entry` from the open archive and finds where
+// its data begin. The header must agree with the directory (method, name
+// length, and CRC-32 and sizes unless they follow the data), and the data
+// must end before the next entry: otherwise false, with the reason.
+bool findEntryData(std::FILE* archive, const DirectoryEntry& entry, uint64_t& dataStart,
+                   std::string& problem);
 
 // Completes the end of an archive that minizip has just written: with
 // 65,535 entries or more and a directory below 4 GiB, the end record says
