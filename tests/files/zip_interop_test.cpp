@@ -342,13 +342,21 @@ TEST(ZipInterop, SeventyThousandEntries_AreWrittenWithZip64EndAndCountedTruly) {
         EXPECT_EQ(info.dwUncompressedSize, static_cast<uint32_t>(kEntries));
         EXPECT_TRUE(zip.CloseZip());
     }
-    expectEveryToolAccepts(pathIn("many.zip"));
+    // Each tool once: the test and the count together.
     std::string output;
-    ASSERT_TRUE(python("import sys, zipfile\nprint(len(zipfile.ZipFile(sys.argv[1]).infolist()))\n",
-                       quoted(pathIn("many.zip")), &output));
-    EXPECT_EQ(output, std::to_string(kEntries) + "\n");
+    EXPECT_EQ(kel::test::run("unzip -tqq " + quoted(pathIn("many.zip")) + " 2>&1", &output), 0)
+        << output;
+    EXPECT_EQ(kel::test::run("7z t " + quoted(pathIn("many.zip")) + " 2>&1", &output), 0) << output;
+    EXPECT_NE(output.find("Files: " + std::to_string(kEntries)), std::string::npos) << output;
     ASSERT_EQ(kel::test::run("bsdtar -tf " + quoted(pathIn("many.zip")) + " | wc -l", &output), 0);
     EXPECT_EQ(std::stoi(output), kEntries);
+    ASSERT_TRUE(
+        python("import sys, zipfile\n"
+               "z = zipfile.ZipFile(sys.argv[1])\n"
+               "assert z.testzip() is None\n"
+               "print(len(z.infolist()))\n",
+               quoted(pathIn("many.zip")), &output));
+    EXPECT_EQ(output, std::to_string(kEntries) + "\n");
     KelUnzipper zip(widePathIn("many.zip").c_str());
     EXPECT_EQ(zip.GetFileCount(), kEntries);
     UZ_FileInfo info;
@@ -378,6 +386,8 @@ void makeManyEntries(const std::string& archive) {
 
 TEST(ZipInterop, PythonArchiveOfSeventyThousandEntries_IsCountedTruly) {
     KEL_SKIP_ON_WINDOWS(kToolsOnTheBuildMachine);
+    if (!longTestsWanted())
+        GTEST_SKIP() << kLongTest;
     makeManyEntries(pathIn("many.zip"));
     KelUnzipper zip(widePathIn("many.zip").c_str());
     EXPECT_EQ(zip.GetFileCount(), 70000);
