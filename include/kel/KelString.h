@@ -233,11 +233,13 @@ public:
     // others. A bad radix is reported and gives the empty text.
     static KelString integerToString(int value, int radix = 10);
     static KelString longToString(long value, int radix = 10);
-    // The value with `digits` significant digits, as _gcvt writes it:
+    // The value with `digits` significant digits, as _gcvt_s writes it:
     // decimal form when the exponent lies between -1 and digits - 1, else
-    // exponent form; zeros ending the fraction are dropped, the decimal point
-    // is kept ("-123456789012." for 12 digits). Empty for digits < 0 or
-    // >= 1024.
+    // exponent form. A decimal point is written only when the digits leave
+    // room for a fraction digit; zeros ending the fraction are dropped, the
+    // point is kept ("-123456789012" for 12 digits of -123456789012.3, "1."
+    // for 5 digits of 1.0, "100" for 3 digits of 100.0). Empty for
+    // digits < 0 or >= 1024.
     static KelString doubleToString(double value, int digits);
 
     // ----- formatting and clock text -------------------------------------
@@ -267,10 +269,13 @@ public:
 
     // Ordinal: -1, 0 or 1.
     static int compare(const KelString& a, const KelString& b);
-    // Over at most n characters; only the sign is significant.
+    // Over at most n characters; only the sign is significant. 0 when n is
+    // 0; a negative n compares the whole texts (the count is taken as a
+    // size_t, as wcsncmp takes it).
     static int compare(const KelString& a, const KelString& b, int n);
     // Ignoring case: both characters folded to lower case.
     static int compareNoCase(const KelString& a, const KelString& b);
+    // Over at most n characters, ignoring case; n as in compare.
     static int compareNoCase(const KelString& a, const KelString& b, int n);
     // Natural order, -1, 0 or 1: digits compare as the numbers they start
     // ("file2" before "file10", "a01" equal to "a1"), a text beginning with

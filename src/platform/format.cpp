@@ -373,16 +373,21 @@ private:
         return upper ? !kWideOutput : kWideOutput;
     }
 
-    void pad(size_t used, const Directive& d, bool before) {
+    // Fills up to the width. The runtime pads text on the left with zeros
+    // when the 0 flag is given ("%05s" of "ab" is "000ab"); `zeros` is false
+    // where it does not (pointers, whose digits have a precision of their
+    // own, and the spelled-out not-a-number).
+    void pad(size_t used, const Directive& d, bool before, bool zeros) {
         if (static_cast<size_t>(d.width) <= used || d.left == before)
             return;
-        m_out.fill(Char(' '), static_cast<size_t>(d.width) - used);
+        const Char c = before && zeros && d.zero ? Char('0') : Char(' ');
+        m_out.fill(c, static_cast<size_t>(d.width) - used);
     }
 
-    void padded(const Char* text, size_t n, const Directive& d) {
-        pad(n, d, true);
+    void padded(const Char* text, size_t n, const Directive& d, bool zeros = true) {
+        pad(n, d, true, zeros);
         m_out.append(text, n);
-        pad(n, d, false);
+        pad(n, d, false, zeros);
     }
 
     // Builds the C library's directive for a number: flags, "*" width,
@@ -488,7 +493,7 @@ private:
             Char staging[16];
             for (size_t i = 0; i < text.size(); ++i)
                 staging[i] = static_cast<Char>(text[i]);
-            padded(staging, text.size(), d);
+            padded(staging, text.size(), d, false);
             return;
         }
         Directive effective = d;
@@ -504,16 +509,24 @@ private:
         }
     }
 
+    // Every digit of the pointer's size, upper case; the # flag puts "0X"
+    // before a pointer that is not null, as before any other hexadecimal
+    // number that is not zero.
     void pointer(const Directive& d) {
-        const auto value = reinterpret_cast<uintptr_t>(va_arg(m_args.ap, void*));
-        char digits[32];
-        const int n =
-            std::snprintf(digits, sizeof digits, "%0*llX", static_cast<int>(2 * sizeof(void*)),
-                          static_cast<unsigned long long>(value));
-        Char staging[32];
-        for (int i = 0; i < n; ++i)
-            staging[i] = static_cast<Char>(digits[i]);
-        padded(staging, static_cast<size_t>(n), d);
+        auto value =
+            static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(va_arg(m_args.ap, void*)));
+        constexpr size_t kDigits = 2 * sizeof(void*);
+        Char staging[kDigits + 2];
+        size_t n = 0;
+        if (d.alternate && value != 0) {
+            staging[n++] = Char('0');
+            staging[n++] = Char('X');
+        }
+        for (size_t i = kDigits; i-- > 0;) {
+            const auto digit = static_cast<unsigned>((value >> (4 * i)) & 0xF);
+            staging[n++] = static_cast<Char>(digit < 10 ? '0' + digit : 'A' + digit - 10);
+        }
+        padded(staging, n, d, false);
     }
 
     void character(const Directive& d) {

@@ -5,7 +5,9 @@
 // in a narrow format it is the other way round. %hs/%hc are always narrow,
 // %ls/%lc/%ws/%wc always wide. The size prefixes I64, I32 and I are
 // accepted, %p prints 16 upper-case hexadecimal digits (8 on 32-bit builds)
-// without a prefix, a null string prints "(null)", and %n is refused.
+// without a prefix ("%#p" puts "0X" before a pointer that is not null), a
+// null string prints "(null)", and %n is refused. The 0 flag pads strings
+// and characters with zeros too ("%05s" of "ab" is "000ab").
 // Narrow and wide arguments meet through the narrow code page.
 //
 //   wchar_t buffer[64];
