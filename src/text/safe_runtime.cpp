@@ -15,6 +15,7 @@
 
 #include "platform/code_page.h"
 #include "platform/invalid_parameter.h"
+#include "platform/unicode_class.h"
 #include "platform/utf.h"
 #include "text/runtime_services.h"
 
@@ -599,8 +600,11 @@ errno_t gcvt(char* buffer, size_t size, double value, int digits) {
 
 namespace {
 
+// White space as the runtime's iswspace has it, whatever the C library's
+// locale: "\t" to "\r", the space, U+0085 and Unicode's separators (the
+// no-break space, the ideographic space U+3000, ...).
 bool isBlank(wchar_t c) {
-    return c == L' ' || (c >= L'\t' && c <= L'\r');
+    return isWideSpace(c);
 }
 
 // Leading blanks, a sign, then decimal digits, saturating at the limits.

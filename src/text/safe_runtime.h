@@ -102,7 +102,9 @@ errno_t longToText(long value, Char* buffer, size_t size, int radix);
 // 1.0, "100" for 3 digits of 100.0).
 errno_t gcvt(char* buffer, size_t size, double value, int digits);
 
-// _wtoi, _wtoi64, _wtol, _wtof: leading white space, an optional sign,
+// _wtoi, _wtoi64, _wtol, _wtof: leading white space (the runtime's
+// iswspace, Unicode's separators included, whatever the locale), an
+// optional sign,
 // digits up to the first other character; integers saturate at the limits
 // of their type on overflow.
 int textToInt(const wchar_t* text);

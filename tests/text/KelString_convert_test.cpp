@@ -36,6 +36,47 @@ TEST(KelStringToNumber, LeadingBlanksSignAndStopAtTheFirstNonDigit) {
     EXPECT_EQ(KelString(L"0x1A").toInteger(), 0);
 }
 
+TEST(KelStringToNumber, LeadingWhiteSpaceOfEveryScriptIsSkipped) {
+    // The ideographic space, the no-break space, the line separator, next
+    // line, vertical tab and form feed are all white space to the runtime.
+    EXPECT_EQ(KelString(L"\u3000\u3000"
+                        L"12")
+                  .toInteger(),
+              12);
+    EXPECT_EQ(KelString(L"\u00A0-7").toInteger(), -7);
+    EXPECT_EQ(KelString(L"\u2028\u0085\v\f"
+                        L"5")
+                  .toLong(),
+              5L);
+    EXPECT_EQ(KelString(L"\u2003"
+                        L"8589934592")
+                  .toIntPtr(),
+              8589934592LL);
+    EXPECT_DOUBLE_EQ(KelString(L"\u3000"
+                               L"2.5")
+                         .toDouble(),
+                     2.5);
+    EXPECT_DOUBLE_EQ(KelString(L"\u00A0\u205F-0.25").toDouble(), -0.25);
+    // The zero-width space and the byte-order mark are not white space.
+    EXPECT_EQ(KelString(L"\u200B"
+                        L"12")
+                  .toInteger(),
+              0);
+    EXPECT_EQ(KelString(L"\uFEFF"
+                        L"12")
+                  .toInteger(),
+              0);
+    EXPECT_DOUBLE_EQ(KelString(L"\u200B"
+                               L"2.5")
+                         .toDouble(),
+                     0.0);
+    // White space after the sign ends the number.
+    EXPECT_EQ(KelString(L"-\u3000"
+                        L"5")
+                  .toInteger(),
+              0);
+}
+
 TEST(KelStringToNumber, IntSaturatesOnOverflow) {
     EXPECT_EQ(KelString(L"2147483647").toInteger(), INT_MAX);
     EXPECT_EQ(KelString(L"2147483648").toInteger(), INT_MAX);
