@@ -79,6 +79,7 @@ def main():
     out.write("struct Range {\n    uint32_t first;\n    uint32_t last;\n};\n\n")
     out.write("// The classes of the first 256 characters, one bit each (1 alphabetic,\n"
               "// 2 digit, 4 space).\n")
+    out.write("// clang-format off\n")
     out.write("const unsigned char kLatin1[256] = {\n")
     values = [classes(c) for c in range(256)]
     for row in range(0, 256, 32):
@@ -88,6 +89,7 @@ def main():
     emit_ranges(out, "kAlphabetic", ALPHA)
     emit_ranges(out, "kDigit", DIGIT)
     emit_ranges(out, "kSpace", SPACE)
+    out.write("// clang-format on\n\n")
     out.write(
         "template <size_t N>\n"
         "bool inRanges(const Range (&table)[N], uint32_t code) {\n"

@@ -20,6 +20,7 @@ struct Range {
 
 // The classes of the first 256 characters, one bit each (1 alphabetic,
 // 2 digit, 4 space).
+// clang-format off
 const unsigned char kLatin1[256] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4, 4, 4, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
     4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 0, 0, 0, 0, 0, 0,
@@ -200,6 +201,8 @@ const Range kSpace[] = {
     {0x0009, 0x000D}, {0x0020, 0x0020}, {0x0085, 0x0085}, {0x00A0, 0x00A0}, {0x1680, 0x1680},
     {0x2000, 0x200A}, {0x2028, 0x2029}, {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000},
 };
+
+// clang-format on
 
 template <size_t N>
 bool inRanges(const Range (&table)[N], uint32_t code) {
