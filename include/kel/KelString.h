@@ -117,8 +117,8 @@ public:
     //
     // Editing members work in the calling thread's scratch buffer: a text
     // or result of 524,288 characters or more is reported through the
-    // invalid-parameter handler and the value stays as it was (a returned
-    // new value is then empty).
+    // invalid-parameter handler, which leaves the buffer emptied, and the
+    // value becomes that empty text (a returned new value is empty too).
 
     // The two texts joined; this value is unchanged.
     KelString operator+(const KelString& other) const;
@@ -215,7 +215,7 @@ public:
     // Joins the four parts into this value: the drive's first letter and
     // ":", the directory with a "\" added when it ends without a separator,
     // the name, the extension with a "." added when it lacks one. A path of
-    // 260 characters or more is reported and leaves the value unchanged.
+    // 260 characters or more is reported and leaves the value empty.
     void MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
                   const KelString& ext);
 
@@ -246,9 +246,10 @@ public:
 
     // printf-style formatting with the Windows runtime's conventions: in a
     // wide format %s takes wide text and %S narrow; in a narrow format the
-    // reverse. I64/I32/I size prefixes are accepted. A result of 524,288
-    // characters or more, or a bad format, leaves the value unchanged after
-    // the invalid-parameter handler has been called.
+    // reverse. I64/I32/I size prefixes are accepted, "%05s" pads with zeros,
+    // "%#p" prefixes "0X", %n is refused. A result of 524,288 characters or
+    // more, or a format the runtime refuses, is reported through the
+    // invalid-parameter handler and leaves the value empty.
     KelString& format(const char* fmt, ...);
     KelString& format(const wchar_t* fmt, ...);
     // For 16-bit clients: the format and its wide arguments are 16-bit units.

@@ -37,10 +37,11 @@ void KelString::SplitPath(KelString& drive, KelString& dir, KelString& fname,
 void KelString::MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
                          const KelString& ext) {
     wchar_t path[kPathCapacity];
-    if (kel::detail::makePath(path, kPathCapacity, drive.getStringW(), dir.getStringW(),
-                              fname.getStringW(), ext.getStringW()) == 0) {
-        *this = path;
-    }
+    // A path that does not fit is reported and leaves the buffer emptied,
+    // which the value then takes.
+    kel::detail::makePath(path, kPathCapacity, drive.getStringW(), dir.getStringW(),
+                          fname.getStringW(), ext.getStringW());
+    *this = path;
 }
 
 // ----- numbers ------------------------------------------------------------------------
@@ -192,8 +193,9 @@ KelString KelString::setFromMIFString(const char* s) {
     buffer[0] = L'\0';
     const int converted = kel::detail::multiByteToWide(selectedCodePage(selector), bytes.c_str(),
                                                        -1, buffer, KelString::kTempBufferSize);
-    if (!KEL_VALIDATE(converted > 0))
-        return *this;
+    // Text that converts to more than the buffer holds fails the conversion
+    // (last error 122), as in the narrow constructor: the value becomes
+    // empty.
     assignCopy(buffer, converted - 1);
     return *this;
 }

@@ -251,13 +251,20 @@ TEST(KelStringPaths, MakePathAddsSeparatorsAndDot) {
     EXPECT_EQ(text(p), L"dir\\.e");
 }
 
-TEST(KelStringPaths, MakePathThatDoesNotFitLeavesTheValue) {
+TEST(KelStringPaths, MakePathThatDoesNotFitEmptiesTheValue) {
     InvalidParameterCounter reports;
     KelString p(L"before");
     const std::wstring longDir(300, L'd');
     p.MakePath(KelString(L"c"), KelString(longDir.c_str()), KelString(L"f"), KelString(L"e"));
     EXPECT_EQ(reports.calls(), 1);
-    EXPECT_EQ(text(p), L"before");
+    EXPECT_EQ(p.isEmpty(), 1);
+    // 259 characters fit, 260 do not.
+    const std::wstring name(254, L'n');
+    p.MakePath(KelString(L"c"), KelString(), KelString(name.c_str()), KelString(L"ab"));
+    EXPECT_EQ(p.length(), 259);
+    p.MakePath(KelString(L"c"), KelString(), KelString(name.c_str()), KelString(L"abc"));
+    EXPECT_EQ(p.isEmpty(), 1);
+    EXPECT_EQ(reports.calls(), 2);
 }
 
 TEST(KelStringPaths, SplitThenMakeRoundTrips) {
