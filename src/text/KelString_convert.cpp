@@ -13,6 +13,7 @@
 #include "platform/code_page.h"
 #include "platform/invalid_parameter.h"
 #include "text/safe_runtime.h"
+#include "text/time_text.h"
 
 namespace {
 
@@ -87,12 +88,10 @@ KelString& KelString::formatTime(unsigned __int64 maxSize, const char* fmt, cons
     // later operation on the value accepts, so no more is allocated.
     const size_t capacity =
         maxSize < static_cast<unsigned __int64>(kScratch) ? static_cast<size_t>(maxSize) : kScratch;
-    if (!KEL_VALIDATE(fmt != nullptr && t != nullptr)) {
-        empty();
-        return *this;
-    }
     std::vector<char> buffer(capacity + 1, '\0');
-    const size_t written = capacity == 0 ? 0 : std::strftime(buffer.data(), capacity, fmt, t);
+    // The runtime's strftime in the "C" locale: a size of 0, a bad format or
+    // field is reported, and like a result that does not fit gives nothing.
+    const size_t written = kel::detail::formatCalendarTime(buffer.data(), capacity, fmt, t);
     if (written == 0) {
         empty();
         return *this;

@@ -7,6 +7,8 @@
 
 #include <oleauto.h>
 
+#include <ctime>
+#include <string>
 #include <vector>
 
 namespace kel::detail::services {
@@ -49,6 +51,31 @@ bool localCalendarTime(long long time, struct tm& result) {
         return true;
     }
     return runtimeLocalTime(time, result);
+}
+
+namespace {
+
+std::string runtimeZoneName(int index) {
+    char name[128] = {};
+    size_t length = 0;
+    if (_get_tzname(&length, name, sizeof name, index) != 0)
+        return std::string();
+    return name;
+}
+
+}  // namespace
+
+TimeZone currentTimeZone() {
+    _tzset();
+    TimeZone zone;
+    long value = 0;
+    if (_get_timezone(&value) == 0)
+        zone.standardBias = value;
+    if (_get_dstbias(&value) == 0)
+        zone.daylightBias = value;
+    zone.standardName = runtimeZoneName(0);
+    zone.daylightName = runtimeZoneName(1);
+    return zone;
 }
 
 bool environmentValue(const std::string& name, std::string& value) {
