@@ -258,8 +258,15 @@ public:
     KelString& vformat(const wchar_t* fmt, va_list args);
     KelString& vformat(const unsigned short* fmt, va_list args);
 
-    // strftime into maxSize characters; an empty result (or one that does
-    // not fit) gives the empty text.
+    // strftime into maxSize characters, as the Windows runtime formats in
+    // the "C" locale on every system: %c is "02/29/24 13:05:09", %x
+    // "02/29/24", %X "13:05:09"; %#c and %#x give the long date ("Thursday,
+    // February 29, 2024"), %#d, %#H, %#D, ... drop leading zeros; %z is the
+    // offset from UTC ("-0800"), %Z the time zone's name. An empty result or
+    // one that does not fit gives the empty text; a maxSize of 0, an unknown
+    // directive (%E and %O modifiers included) or a field of `t` out of range
+    // where a directive reads it is also reported through the
+    // invalid-parameter handler.
     KelString& formatTime(unsigned __int64 maxSize, const char* fmt, const struct tm* t);
 
     // The local time as "hh:mm:ss" and the local date as "mm/dd/yy".
