@@ -53,28 +53,15 @@ bool localCalendarTime(long long time, struct tm& result) {
     return runtimeLocalTime(time, result);
 }
 
-namespace {
-
-std::string runtimeZoneName(int index) {
-    char name[128] = {};
-    size_t length = 0;
-    if (_get_tzname(&length, name, sizeof name, index) != 0)
-        return std::string();
-    return name;
-}
-
-}  // namespace
-
+// The runtime's own globals, which every C runtime of Windows exports (the
+// _get_ functions are missing from the oldest one).
 TimeZone currentTimeZone() {
     _tzset();
     TimeZone zone;
-    long value = 0;
-    if (_get_timezone(&value) == 0)
-        zone.standardBias = value;
-    if (_get_dstbias(&value) == 0)
-        zone.daylightBias = value;
-    zone.standardName = runtimeZoneName(0);
-    zone.daylightName = runtimeZoneName(1);
+    zone.standardBias = _timezone;
+    zone.daylightBias = _dstbias;
+    zone.standardName = _tzname[0] != nullptr ? _tzname[0] : "";
+    zone.daylightName = _tzname[1] != nullptr ? _tzname[1] : "";
     return zone;
 }
 
