@@ -59,7 +59,10 @@ TimeZone currentTimeZone() {
     _tzset();
     TimeZone zone;
     zone.standardBias = _timezone;
-    zone.daylightBias = _dstbias;
+    // A zone with daylight time but a bias of 0 takes the runtime's default
+    // of -3600: some runtimes (Wine's) keep the bias of the previous zone
+    // when TZ changes.
+    zone.daylightBias = _daylight != 0 && _dstbias == 0 ? -3600 : _dstbias;
     zone.standardName = _tzname[0] != nullptr ? _tzname[0] : "";
     zone.daylightName = _tzname[1] != nullptr ? _tzname[1] : "";
     return zone;
