@@ -44,4 +44,8 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Processes, progress and notification
+#include <kel/KelMessage.h>
+#include <kel/KelProgressCtrl.h>
+
 #endif  // KEL_KEL_H
