@@ -13,12 +13,13 @@
 //   }
 //
 // Threads: the library has no main loop, and GTK may only ever be used from
-// one thread. The first thread that shows a window through this backend
-// owns the toolkit for the rest of the process; on any other thread a
+// one thread. On Linux the first thread that shows a window through this
+// backend owns GTK for the rest of the process; on any other thread a
 // message box falls back to the console line and the progress dialog cannot
-// be created. Windows ties each window to the thread that created it in the
-// same way, so the rule is the same on every system: boxes and the progress
-// dialog belong to the application's user-interface thread.
+// be created. On Windows a message box may come from any thread, and the
+// progress dialog belongs to the thread that created it, whose message loop
+// serves it. Either way: show the progress dialog from the application's
+// user-interface thread.
 
 #ifndef KEL_PROCESS_UI_BACKEND_H
 #define KEL_PROCESS_UI_BACKEND_H
@@ -54,7 +55,9 @@ int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption, unsigned
 // Creates the process-wide progress dialog (owner none) with its title
 // line, bar (range 0 to 100, step 1, at 0) and empty percentage text, and
 // shows it. A dialog that already exists is destroyed first: there is one
-// for the whole process. False when no dialog can be created.
+// for the whole process. False when no dialog can be created. When the bar
+// alone cannot be made, the dialog says "Progress Bar not created!" in a
+// box and exists without it.
 bool createProgressDialog();
 
 // Destroys the progress dialog; nothing when there is none.

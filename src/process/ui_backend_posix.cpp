@@ -66,6 +66,7 @@ constexpr int kGtkResponseDeleteEvent = -4;
 constexpr unsigned int kGtkStyleProviderPriorityApplication = 600;
 
 struct Gtk {
+    void (*disable_setlocale)();
     gboolean (*init_check)(int*, char***);
     gboolean (*events_pending)();
     gboolean (*main_iteration_do)(gboolean);
@@ -135,7 +136,8 @@ bool bind(void* library, const char* name, F& function) {
 }
 
 bool bindAll(void* l, Gtk& g) {
-    return bind(l, "gtk_init_check", g.init_check) &&
+    return bind(l, "gtk_disable_setlocale", g.disable_setlocale) &&
+           bind(l, "gtk_init_check", g.init_check) &&
            bind(l, "gtk_events_pending", g.events_pending) &&
            bind(l, "gtk_main_iteration_do", g.main_iteration_do) &&
            bind(l, "gtk_window_new", g.window_new) &&
@@ -239,9 +241,16 @@ void settle(Toolkit& t) {
     if (library == nullptr)
         return;
     Gtk& g = t.gtk;
-    if (!bindAll(library, g) || !g.init_check(nullptr, nullptr))
+    if (!bindAll(library, g))
         return;
     bind(library, "gdk_x11_window_get_xid", g.gdk_x11_window_get_xid);
+    // A host that is a GTK application has opened the display already.
+    if (g.gdk_display_get_default() == nullptr) {
+        // The host's locale is its own: GTK would call setlocale(LC_ALL, "").
+        g.disable_setlocale();
+        if (!g.init_check(nullptr, nullptr))
+            return;
+    }
     GdkDisplay* display = g.gdk_display_get_default();
     if (display == nullptr)
         return;
@@ -512,19 +521,17 @@ bool createProgressDialog() {
     g.container_add(sunken, d.percent);
     // The bar (1001): pixels 10, 40 to 300, 60, range 0 to 100 at 0.
     d.bar = g.progress_bar_new();
-    if (d.bar == nullptr) {
-        g.widget_destroy(d.window);
-        d = ProgressDialog();
-        showBarNotCreated();
-        return false;
+    if (d.bar != nullptr) {
+        g.widget_set_name(d.bar, "kel-progress-bar");
+        g.widget_set_size_request(d.bar, 290, 20);
+        g.fixed_put(fixed, d.bar, 10, 40);
+        g.progress_bar_set_fraction(d.bar, 0.0);
     }
-    g.widget_set_name(d.bar, "kel-progress-bar");
-    g.widget_set_size_request(d.bar, 290, 20);
-    g.fixed_put(fixed, d.bar, 10, 40);
-    g.progress_bar_set_fraction(d.bar, 0.0);
 
     g.widget_show_all(d.window);
     repaint(g, d.window, 2);
+    if (d.bar == nullptr)
+        showBarNotCreated();
     return true;
 }
 
@@ -559,7 +566,8 @@ void setProgressPercent(int percent) {
     if (t == nullptr || t->progress.window == nullptr)
         return;
     const int clamped = percent < 0 ? 0 : (percent > 100 ? 100 : percent);
-    t->gtk.progress_bar_set_fraction(t->progress.bar, clamped / 100.0);
+    if (t->progress.bar != nullptr)
+        t->gtk.progress_bar_set_fraction(t->progress.bar, clamped / 100.0);
     const std::string text = std::to_string(percent) + "%";
     t->gtk.label_set_text(t->progress.percent, text.c_str());
     repaint(t->gtk, t->progress.window, 1);
@@ -581,6 +589,8 @@ int progressBarPosition() {
     Toolkit* t = usableToolkit();
     if (t == nullptr || t->progress.window == nullptr)
         return -1;
+    if (t->progress.bar == nullptr)
+        return 0;
     return static_cast<int>(t->gtk.progress_bar_get_fraction(t->progress.bar) * 100.0 + 0.5);
 }
 

@@ -6,6 +6,7 @@
 
 #include <kel/Kel.h>
 
+#include <clocale>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -75,6 +76,12 @@ int answer(const wchar_t* caption, unsigned int style, std::vector<std::string> 
     user.join();
     EXPECT_TRUE(typed) << "the box did not appear";
     return result;
+}
+
+TEST(GtkToolkit, HostLocaleIsLeftAlone) {
+    REQUIRE_DISPLAY();
+    // GTK would set the locale from the environment; the host's stays.
+    EXPECT_STREQ("C", std::setlocale(LC_ALL, nullptr));
 }
 
 TEST(GtkMessageBox, ReturnAnswersTheFirstButtonByDefault) {
