@@ -125,6 +125,8 @@ struct Gtk {
     GdkFrameClock* (*gdk_window_get_frame_clock)(GdkWindow*);
     gint64 (*gdk_frame_clock_get_frame_counter)(GdkFrameClock*);
     const char* (*g_type_name)(size_t);
+    unsigned long (*g_signal_connect_data)(void*, const char*, void (*)(), void*, void*, int);
+    gboolean (*widget_hide_on_delete)(GtkWidget*);
     // Optional: only GDK's X11 backend has it.
     unsigned long (*gdk_x11_window_get_xid)(GdkWindow*);
 };
@@ -187,7 +189,9 @@ bool bindAll(void* l, Gtk& g) {
            bind(l, "gdk_display_flush", g.gdk_display_flush) &&
            bind(l, "gdk_window_get_frame_clock", g.gdk_window_get_frame_clock) &&
            bind(l, "gdk_frame_clock_get_frame_counter", g.gdk_frame_clock_get_frame_counter) &&
-           bind(l, "g_type_name", g.g_type_name);
+           bind(l, "g_type_name", g.g_type_name) &&
+           bind(l, "g_signal_connect_data", g.g_signal_connect_data) &&
+           bind(l, "gtk_widget_hide_on_delete", g.widget_hide_on_delete);
 }
 
 // ----- the toolkit's state for the process ----------------------------------
@@ -293,8 +297,9 @@ void drainEvents(const Gtk& g) {
 // The library has no main loop: after each change to a window it runs the
 // loop itself until the window has painted `frames` new frames (or a short
 // while has passed, for a window that is not on screen), so that what the
-// user sees follows every call.
-void repaint(const Gtk& g, GtkWidget* window, int frames) {
+// user sees follows every call. `window` is read again after each round of
+// events: the window system may have destroyed the window meanwhile.
+void repaint(const Gtk& g, GtkWidget* const& window, int frames) {
     using Clock = std::chrono::steady_clock;
     const auto deadline = Clock::now() + std::chrono::milliseconds(500);
     GdkFrameClock* clock = nullptr;
@@ -304,7 +309,8 @@ void repaint(const Gtk& g, GtkWidget* window, int frames) {
     g.widget_queue_draw(window);
     for (;;) {
         drainEvents(g);
-        if (clock == nullptr || g.gdk_frame_clock_get_frame_counter(clock) - start >= frames ||
+        if (window == nullptr || clock == nullptr ||
+            g.gdk_frame_clock_get_frame_counter(clock) - start >= frames ||
             Clock::now() >= deadline)
             break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -476,6 +482,12 @@ namespace {
 constexpr int kDialogWidth = 310;
 constexpr int kDialogHeight = 96;
 
+// The dialog's window was destroyed (by the library, or from outside by the
+// window system): the process no longer has a dialog.
+void forgetDialog(GtkWidget*, void* dialog) {
+    *static_cast<ProgressDialog*>(dialog) = ProgressDialog();
+}
+
 GtkWidget* placedLabel(const Gtk& g, GtkWidget* fixed, const char* text, int x, int y, int width,
                        int height) {
     GtkWidget* label = g.label_new(text);
@@ -501,6 +513,13 @@ bool createProgressDialog() {
     g.window_set_resizable(d.window, 0);
     g.window_set_type_hint(d.window, kGdkWindowTypeHintDialog);
     g.window_set_position(d.window, kGtkWinPosCenter);
+    // Closing it from the desktop (Alt+F4) hides it, as ending the Windows
+    // dialog does; it is destroyed only by the library.
+    g.g_signal_connect_data(d.window, "delete-event",
+                            reinterpret_cast<void (*)()>(g.widget_hide_on_delete), nullptr, nullptr,
+                            0);
+    g.g_signal_connect_data(d.window, "destroy", reinterpret_cast<void (*)()>(forgetDialog), &d,
+                            nullptr, 0);
 
     GtkWidget* frame = g.frame_new(nullptr);
     g.frame_set_shadow_type(frame, kGtkShadowOut);
@@ -530,17 +549,16 @@ bool createProgressDialog() {
 
     g.widget_show_all(d.window);
     repaint(g, d.window, 2);
-    if (d.bar == nullptr)
+    if (d.window != nullptr && d.bar == nullptr)
         showBarNotCreated();
-    return true;
+    return d.window != nullptr;
 }
 
 void destroyProgressDialog() {
     Toolkit* t = usableToolkit();
     if (t == nullptr || t->progress.window == nullptr)
         return;
-    t->gtk.widget_destroy(t->progress.window);
-    t->progress = ProgressDialog();
+    t->gtk.widget_destroy(t->progress.window);  // forgetDialog clears t->progress
     drainEvents(t->gtk);
     t->gtk.gdk_display_flush(t->gtk.gdk_display_get_default());
 }

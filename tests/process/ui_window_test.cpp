@@ -272,4 +272,20 @@ TEST_F(GtkProgressDialog, SecondActivateShowsOneFreshDialog) {
     EXPECT_EQ(0, percent);
 }
 
+TEST_F(GtkProgressDialog, WindowDestroyedFromOutsideIsForgotten) {
+    ASSERT_EQ(1, KelProgressCtrl::activate(L"Destroyed job"));
+    const unsigned long id = ui::progressWindowId();
+    ASSERT_NE(0u, id);
+    // Another client destroys the X window (GTK prints its warnings about it).
+    ASSERT_EQ(0, kel::test::run({"xdotool", "windowclose", std::to_string(id)}));
+    // The library notices when it next runs the window's events.
+    EXPECT_EQ(1, KelProgressCtrl::setPercentage(10, 0));
+    EXPECT_FALSE(ui::progressDialogExists());
+    EXPECT_EQ(1, KelProgressCtrl::setPercentage(20, 0));
+    EXPECT_EQ(L"", ui::progressItemText(ui::kProgressPercentId));
+    EXPECT_EQ(1, KelProgressCtrl::reset());
+    EXPECT_EQ(1, KelProgressCtrl::activate(L"Next job"));
+    EXPECT_NE(0u, findWindow("^Next job$", 5));
+}
+
 }  // namespace
