@@ -58,6 +58,21 @@ INT_PTR CALLBACK progressDialogProc(HWND dialog, UINT message, WPARAM wParam, LP
     return FALSE;
 }
 
+// The common controls are loaded when the first dialog needs its bar, not
+// linked: a host that never shows the dialog does not pay for them, and a
+// process without a desktop (a service, Wine without a display) starts
+// even though they could not initialise there.
+bool registerProgressClass() {
+    HMODULE commonControls = LoadLibraryW(L"comctl32.dll");
+    if (commonControls == nullptr)
+        return false;
+    using Init = BOOL(WINAPI*)(const INITCOMMONCONTROLSEX*);
+    const auto init = reinterpret_cast<Init>(
+        reinterpret_cast<void*>(GetProcAddress(commonControls, "InitCommonControlsEx")));
+    INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_PROGRESS_CLASS};
+    return init != nullptr && init(&controls) != FALSE;
+}
+
 // The library has no message loop of its own: the changed dialog is
 // painted at once instead of when the host's loop next runs.
 void repaint() {
@@ -78,11 +93,8 @@ int messageBox(HWND owner, const wchar_t* text, const wchar_t* caption, unsigned
 
 bool createProgressDialog() {
     destroyProgressDialog();
-    static const bool commonControls = [] {
-        INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_PROGRESS_CLASS};
-        return InitCommonControlsEx(&controls) != FALSE;
-    }();
-    (void)commonControls;  // without them the bar is missing and the dialog says so
+    static const bool commonControls = registerProgressClass();
+    (void)commonControls;  // without it the bar is missing, and the dialog says so
     g_dialog = CreateDialogParamW(ownModule(), MAKEINTRESOURCEW(kProgressDialogId), nullptr,
                                   progressDialogProc, 0);
     if (g_dialog == nullptr) {

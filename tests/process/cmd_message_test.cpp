@@ -160,6 +160,12 @@ TEST_F(ToolOnDisplay, DemoRunsTheDialogAndShowsOneBox) {
 TEST(KelMessageTool, ExitCodeIsTheButtonChosen) {
     if (const char* reason = std::getenv("KEL_TEST_NO_DISPLAY"))
         GTEST_SKIP() << "no display for Wine's windows: " << reason;
+    // A window of this process first: it joins the desktop on which it
+    // looks for the tool's box.
+    HWND probe = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr,
+                                 nullptr);
+    ASSERT_NE(nullptr, probe) << "no desktop to create windows on";
+    DestroyWindow(probe);
     for (int button : {IDYES, IDNO}) {
         bool pressed = false;
         std::thread user([&] {

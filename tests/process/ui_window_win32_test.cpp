@@ -155,21 +155,29 @@ TEST_F(Win32ProgressDialog, ItemsFollowTheTemplate) {
     ASSERT_EQ(1, KelProgressCtrl::activate(KelString(L"Layout")));
     HWND dialog = findProgressDialog();
     ASSERT_NE(nullptr, dialog);
-    // Dialog units to pixels with the dialog's own font.
-    RECT title = {7, 4, 7 + 158, 4 + 8};
-    RECT percent = {46, 32, 46 + 78, 32 + 8};
-    MapDialogRect(dialog, &title);
-    MapDialogRect(dialog, &percent);
-    for (const auto& [id, expected] : {std::pair<int, RECT>{1002, title}, {1003, percent}}) {
+    // Dialog units to pixels with the dialog's own font; the system maps the
+    // origin and the size of each item separately.
+    struct Item {
+        int id;
+        RECT units;  // x, y, width, height
+    };
+    for (Item item : {Item{1002, {7, 4, 158, 8}}, Item{1003, {46, 32, 78, 8}}}) {
+        MapDialogRect(dialog, &item.units);
         RECT r = {};
-        GetWindowRect(GetDlgItem(dialog, id), &r);
+        GetWindowRect(GetDlgItem(dialog, item.id), &r);
         MapWindowPoints(HWND_DESKTOP, dialog, reinterpret_cast<POINT*>(&r), 2);
-        EXPECT_EQ(expected.left, r.left) << id;
-        EXPECT_EQ(expected.top, r.top) << id;
-        EXPECT_EQ(expected.right, r.right) << id;
-        EXPECT_EQ(expected.bottom, r.bottom) << id;
-        EXPECT_TRUE(GetWindowLongW(GetDlgItem(dialog, id), GWL_STYLE) & SS_CENTER) << id;
+        EXPECT_EQ(item.units.left, r.left) << item.id;
+        EXPECT_EQ(item.units.top, r.top) << item.id;
+        EXPECT_EQ(item.units.right, r.right - r.left) << item.id;
+        EXPECT_EQ(item.units.bottom, r.bottom - r.top) << item.id;
+        EXPECT_TRUE(GetWindowLongW(GetDlgItem(dialog, item.id), GWL_STYLE) & SS_CENTER) << item.id;
     }
+    RECT size = {0, 0, 169, 48};
+    MapDialogRect(dialog, &size);
+    RECT client = {};
+    GetClientRect(dialog, &client);
+    EXPECT_EQ(size.right, client.right);
+    EXPECT_EQ(size.bottom, client.bottom);
     EXPECT_TRUE(GetWindowLongW(GetDlgItem(dialog, 1003), GWL_STYLE) & SS_SUNKEN);
     EXPECT_TRUE(GetWindowLongW(GetDlgItem(dialog, 1003), GWL_EXSTYLE) & WS_EX_TRANSPARENT);
 }
