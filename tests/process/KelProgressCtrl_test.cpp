@@ -287,7 +287,8 @@ TEST(KelProgressCtrlWindow, CopiesTakeAllFieldsAndTheirOwnTitle) {
 TEST(KelProgressCtrlFacade, AppendOutputWindowAnswersIndexes) {
     KelProgressCtrl::appendOutputWindow(&g_a);
     const long before = controller().m_windows.length();
-    RecordingWindow* fresh = new RecordingWindow(L"fresh", 1);  // listed for good
+    static RecordingWindow freshWindow(L"fresh", 1);  // listed for the process's lifetime
+    RecordingWindow* fresh = &freshWindow;
     EXPECT_EQ(before, KelProgressCtrl::appendOutputWindow(fresh));
     EXPECT_EQ(before + 1, controller().m_windows.length());
     EXPECT_EQ(fresh, controller().m_windows[before]);
