@@ -155,8 +155,8 @@ bool windowVisible(const std::string& name) {
     return findWindow(name, 0) != 0;
 }
 
-bool pressKeys(const std::string& name, const std::vector<std::string>& keys) {
-    const unsigned long id = findWindow(name);
+bool pressKeys(const std::string& name, const std::vector<std::string>& keys, double seconds) {
+    const unsigned long id = findWindow(name, seconds);
     if (id == 0)
         return false;
     const std::string window = std::to_string(id);

@@ -58,8 +58,9 @@ bool windowVisible(const std::string& name);
 
 // Finds the window named like `name`, gives it the keyboard focus and types
 // `keys` (xdotool key names: "Return", "Escape", "alt+n") one after the
-// other. False when the window did not appear.
-bool pressKeys(const std::string& name, const std::vector<std::string>& keys);
+// other. False when the window did not appear within `seconds`.
+bool pressKeys(const std::string& name, const std::vector<std::string>& keys,
+               double seconds = 20.0);
 
 // Saves the window `id` as a PNG image at `path` (ImageMagick's import).
 bool screenshot(unsigned long id, const std::string& path);
