@@ -44,4 +44,8 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Processes, progress and notification
+#include <kel/KelIPCConnection.h>
+#include <kel/KelNamedPipe.h>
+
 #endif  // KEL_KEL_H
