@@ -34,6 +34,9 @@ constexpr unsigned long kErrorInvalidHandle = 6;
 constexpr unsigned long kErrorInvalidData = 13;
 constexpr unsigned long kErrorInvalidParameter = 87;
 constexpr unsigned long kErrorBrokenPipe = 109;
+constexpr unsigned long kErrorInvalidName = 123;
+constexpr unsigned long kErrorPipeBusy = 231;
+constexpr unsigned long kErrorNoData = 232;
 constexpr unsigned long kErrorPartialCopy = 299;
 constexpr unsigned long kErrorPipeConnected = 535;
 
@@ -157,19 +160,20 @@ TEST_F(PipeTest, Reset_ForgetsThePipeWithoutClosingIt) {
 }
 
 TEST_F(PipeTest, Destructor_LeavesThePipeOpen) {
+    const std::wstring scopedName = uniquePipeName("scoped");
     KelNamedPipe* keeper = nullptr;
     {
-        InspectedPipe scoped(uniquePipeName("scoped"));
+        InspectedPipe scoped(scopedName);
         ASSERT_EQ(scoped.create(), 1);
         keeper = new KelNamedPipe(scoped);
-        ClientThread client(scoped.name(), [](PipeTestClient& c) { c.write(wireInt(21)); });
-        client.join();
-        EXPECT_TRUE(client.connected());
     }
+    ClientThread client(scopedName, [](PipeTestClient& c) { c.write(wireInt(21)); });
     EXPECT_EQ(keeper->waitForConnection(), 1);
     int value = 0;
     EXPECT_EQ(keeper->read(value), 1);
     EXPECT_EQ(value, 21);
+    client.join();
+    EXPECT_TRUE(client.connected());
     keeper->close();
     delete keeper;
 }
@@ -277,6 +281,43 @@ TEST_F(PipeTest, WaitForConnection_CountsAClientThatCameBeforeTheWait) {
     EXPECT_EQ(pipe.read(value), 1);
     EXPECT_EQ(value, 7);
     done.raise();
+}
+
+// Windows refuses the wait for a client that already went (232, no data);
+// a Unix socket keeps what it sent, and the wait takes it.
+TEST_F(PipeTest, WaitForConnection_AfterTheClientCameAndWent) {
+    ASSERT_EQ(pipe.create(), 1);
+    ClientThread client(name, [](PipeTestClient& c) { c.write(wireInt(4)); });
+    client.join();
+    ASSERT_TRUE(client.connected());
+    kelSetLastError(0);
+    int value = 0;
+    if (kel::test::kWindows) {
+        EXPECT_EQ(pipe.waitForConnection(), 0);
+        EXPECT_EQ(kelGetLastError(), kErrorNoData);
+    } else {
+        EXPECT_EQ(pipe.waitForConnection(), 1);
+        EXPECT_EQ(kelGetLastError(), kErrorPipeConnected);
+        EXPECT_EQ(pipe.read(value), 1);
+        EXPECT_EQ(value, 4);
+        EXPECT_EQ(pipe.read(value), 0);
+        EXPECT_EQ(kelGetLastError(), kErrorBrokenPipe);
+    }
+}
+
+// Windows makes a second instance of the pipe; without Windows a live pipe
+// is never taken over.
+TEST_F(PipeTest, Create_OfASecondPipeOfTheSameName) {
+    ASSERT_EQ(pipe.create(), 1);
+    KelNamedPipe second(KelString(name.c_str()));
+    kelSetLastError(0);
+    if (kel::test::kWindows) {
+        EXPECT_EQ(second.create(), 1);
+        second.close();
+    } else {
+        EXPECT_EQ(second.create(), 0);
+        EXPECT_EQ(kelGetLastError(), kErrorPipeBusy);
+    }
 }
 
 TEST_F(PipeTest, WaitForConnection_WhileAClientIsConnectedReturnsOne) {
@@ -697,6 +738,7 @@ TEST_F(PipeTest, PeerSendingTenMegabytesOfIntegers_IsReadToTheEnd) {
     });
     CloseFirst closeFirst(pipe);
     ASSERT_EQ(pipe.waitForConnection(), 1);
+    client.release();
     int value = -1;
     int count = 0;
     bool inOrder = true;
@@ -755,6 +797,7 @@ TEST_F(PipeTest, PeerSendingRandomBytes_DecodesAsTheWireFormatSays) {
     });
     CloseFirst closeFirst(pipe);
     ASSERT_EQ(pipe.waitForConnection(), 1);
+    client.release();
     size_t at = 0;
     int strings = 0, integers = 0;
     for (;;) {
@@ -894,6 +937,7 @@ TEST_F(PipeTest, PipesInSeveralThreadsAtOnce) {
                 return;
             ClientThread client(own, [s](PipeTestClient& c) { c.write(ints(s * 1000, 1000)); });
             if (server.waitForConnection() == 1) {
+                client.release();
                 int value = 0, sum = 0;
                 while (server.read(value) == 1)
                     sum += value;
@@ -975,7 +1019,9 @@ TEST(KelPipeConnection, ManagesTheEmbeddedPipe) {
 
 TEST(KelPipeConnection, CreateConnectionFailsForABadName) {
     KelPipeConnection connection(KelString(L"no pipe prefix"));
+    kelSetLastError(0);
     EXPECT_EQ(connection.createConnection(), 0);
+    EXPECT_EQ(kelGetLastError(), kErrorInvalidName);
     EXPECT_EQ(connection.isConnected(), 0);
 }
 

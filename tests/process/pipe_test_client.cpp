@@ -168,6 +168,7 @@ ClientThread::ClientThread(const std::wstring& name, std::function<void(PipeTest
           m_connected = client.connect(name);
           if (m_connected)
               body(client);
+          m_released.wait();
           client.close();
       }) {}
 
@@ -175,7 +176,12 @@ ClientThread::~ClientThread() {
     join();
 }
 
+void ClientThread::release() {
+    m_released.raise();
+}
+
 void ClientThread::join() {
+    release();
     if (m_thread.joinable())
         m_thread.join();
 }

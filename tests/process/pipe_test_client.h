@@ -77,7 +77,9 @@ private:
 };
 
 // A client in a thread of its own: connects to `name`, runs `body` with the
-// connection, then closes it. The destructor joins the thread. After join,
+// connection, and keeps it until released, then closes it. (A Windows
+// server's wait fails when its client came and already went.) join and the
+// destructor release the client and wait for the thread. After join,
 // `connected` reports whether the connection was made.
 class ClientThread {
 public:
@@ -86,11 +88,14 @@ public:
     ClientThread(const ClientThread&) = delete;
     ClientThread& operator=(const ClientThread&) = delete;
 
+    // Lets the client close its end once `body` is done.
+    void release();
     void join();
     bool connected() const { return m_connected; }
 
 private:
     bool m_connected = false;
+    Signal m_released;
     std::thread m_thread;
 };
 
