@@ -88,17 +88,21 @@ public:
     int isOpened();
 
     // Reads one integer: 4 bytes, little-endian (01 00 00 00 is 1). Returns
-    // 1, or 0 when the bytes could not be read (no client, the client
-    // closed, a system error) or the one read made for them did not
-    // complete the value; an incomplete value stays buffered and is not
-    // consumed, so a later read may still complete it.
+    // 1, else 0 with the last error: 109 once the client has closed the
+    // pipe and everything it sent was read, 299 when the one read made for
+    // the value brought only part of it (the part stays buffered and is not
+    // consumed, so a later read may still complete the value), or the
+    // system's error (6 for no pipe, 536 for no client yet, 233 for no
+    // client since disconnect). `value` changes only on success.
     int read(int& value);
 
     // Reads one string: a byte count N, then N bytes of narrow text,
-    // converted with the narrow code page. Returns 1 on success. N = 0
+    // converted with the narrow code page. Returns 1 on success; N = 0
     // leaves `text` unchanged and consumes the 4 bytes of the count. A count
-    // of 128 or more, or a negative one, is a failed read (0) that consumes
-    // nothing; so is a string the read made for it did not complete.
+    // of 128 or more, or a negative one, is a failed read with last error 13
+    // that consumes nothing (the 4 bytes can still be read as an integer).
+    // Other failures are those of the integer read; a string that arrived
+    // only in part consumes nothing either. `text` changes only on success.
     int read(KelString& text);
 
 protected:

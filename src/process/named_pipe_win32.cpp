@@ -17,6 +17,15 @@ HANDLE handleOf(PipeHandle pipe) {
     return static_cast<HANDLE>(pipe);
 }
 
+// INVALID_HANDLE_VALUE is also the pseudo-handle of the current process:
+// it never reaches the system as a pipe.
+bool isPipe(PipeHandle pipe) {
+    if (pipe != kInvalidPipeHandle)
+        return true;
+    ::SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+}
+
 }  // namespace
 
 PipeHandle createPipeEndpoint(const wchar_t* name) {
@@ -26,18 +35,21 @@ PipeHandle createPipeEndpoint(const wchar_t* name) {
 }
 
 bool connectPipeClient(PipeHandle pipe) {
-    return ::ConnectNamedPipe(handleOf(pipe), nullptr) != FALSE;
+    return isPipe(pipe) && ::ConnectNamedPipe(handleOf(pipe), nullptr) != FALSE;
 }
 
 bool disconnectPipeClient(PipeHandle pipe) {
-    return ::DisconnectNamedPipe(handleOf(pipe)) != FALSE;
+    return isPipe(pipe) && ::DisconnectNamedPipe(handleOf(pipe)) != FALSE;
 }
 
 bool closePipeEndpoint(PipeHandle pipe) {
-    return ::CloseHandle(handleOf(pipe)) != FALSE;
+    return isPipe(pipe) && ::CloseHandle(handleOf(pipe)) != FALSE;
 }
 
 bool readPipe(PipeHandle pipe, void* into, uint32_t size, uint32_t& got) {
+    got = 0;
+    if (!isPipe(pipe))
+        return false;
     DWORD read = 0;
     const BOOL ok = ::ReadFile(handleOf(pipe), into, size, &read, nullptr);
     got = read;

@@ -42,8 +42,6 @@ constexpr unsigned long kErrorAlreadyExists = 183;
 constexpr unsigned long kErrorFilenameTooLong = 206;
 constexpr unsigned long kErrorPipeBusy = 231;
 constexpr unsigned long kErrorNoData = 232;
-constexpr unsigned long kErrorPipeNotConnected = 233;
-constexpr unsigned long kErrorPipeListening = 536;
 
 KelString kelName(const std::wstring& text) {
     return KelString(text.c_str());
@@ -444,20 +442,6 @@ TEST_F(PosixPipe, ChildProcessesOneAfterTheOther) {
         EXPECT_EQ(client.exitCode(), 0);
         pipe.disconnect();
     }
-}
-
-TEST_F(PosixPipe, Read_WithoutAClientNamesTheState) {
-    ASSERT_EQ(pipe.create(), 1);
-    int value = 0;
-    kelSetLastError(0);
-    EXPECT_EQ(pipe.read(value), 0);
-    EXPECT_EQ(kelGetLastError(), kErrorPipeListening);
-    Child client(writer(name, wireInt(1)));
-    ASSERT_EQ(pipe.waitForConnection(), 1);
-    EXPECT_EQ(client.exitCode(), 0);
-    pipe.disconnect();
-    EXPECT_EQ(pipe.read(value), 0);
-    EXPECT_EQ(kelGetLastError(), kErrorPipeNotConnected);
 }
 
 // ----- SIGPIPE ------------------------------------------------------------------

@@ -38,7 +38,9 @@ constexpr unsigned long kErrorInvalidName = 123;
 constexpr unsigned long kErrorPipeBusy = 231;
 constexpr unsigned long kErrorNoData = 232;
 constexpr unsigned long kErrorPartialCopy = 299;
+constexpr unsigned long kErrorPipeNotConnected = 233;
 constexpr unsigned long kErrorPipeConnected = 535;
+constexpr unsigned long kErrorPipeListening = 536;
 
 // The pipe with its protected operations and fields in reach.
 class InspectedPipe : public KelNamedPipe {
@@ -391,6 +393,15 @@ TEST_F(PipeTest, Disconnect_ServesClientsOneAfterTheOther) {
     }
 }
 
+TEST_F(PipeTest, Read_WithoutAClientFails) {
+    ASSERT_EQ(pipe.create(), 1);
+    int value = 7;
+    kelSetLastError(0);
+    EXPECT_EQ(pipe.read(value), 0);
+    EXPECT_EQ(kelGetLastError(), kErrorPipeListening);
+    EXPECT_EQ(value, 7);
+}
+
 TEST_F(PipeTest, Read_AfterDisconnectFails) {
     ASSERT_EQ(pipe.create(), 1);
     {
@@ -398,8 +409,11 @@ TEST_F(PipeTest, Read_AfterDisconnectFails) {
         ASSERT_EQ(pipe.waitForConnection(), 1);
     }
     pipe.disconnect();
-    int value = 0;
+    int value = 7;
+    kelSetLastError(0);
     EXPECT_EQ(pipe.read(value), 0);
+    EXPECT_EQ(kelGetLastError(), kErrorPipeNotConnected);
+    EXPECT_EQ(value, 7);
 }
 
 // ----- decoding -----------------------------------------------------------------
