@@ -135,10 +135,29 @@ protected:
     uint32_t m_valid;
 
 private:
+    // read(int&) once the integer is not buffered: fetches it, then reads.
+    int fetchAndRead(int& value);
+    // Makes `count` unread bytes buffered, or fails (299 when the one read
+    // brought fewer).
+    bool fetch(uint32_t count);
     // Moves the read position on by `count` bytes.
     void advance(uint32_t count);
-    // True when `count` unread bytes are buffered.
+    // True when the read position is set and `count` unread bytes follow it.
     bool buffered(uint32_t count) const;
 };
+
+// Inline, so that an integer already buffered costs its caller no call:
+// hosts read values by the million.
+inline int KelNamedPipe::read(int& value) {
+    const unsigned char* const at = m_cursor;
+    const uint32_t consumed = m_consumed;
+    if (at == nullptr || consumed > m_valid || m_valid - consumed < 4)
+        return fetchAndRead(value);
+    m_cursor += 4;
+    m_consumed = consumed + 4;
+    value = static_cast<int32_t>(uint32_t{at[0]} | uint32_t{at[1]} << 8 | uint32_t{at[2]} << 16 |
+                                 uint32_t{at[3]} << 24);
+    return 1;
+}
 
 #endif  // KEL_KELNAMEDPIPE_H

@@ -16,6 +16,12 @@ constexpr uint32_t kIntegerSize = 4;
 constexpr unsigned long kErrorPartialCopy = 299;
 constexpr unsigned long kErrorInvalidData = 13;
 
+#if defined(__GNUC__)
+#define KEL_PIPE_NOINLINE __attribute__((noinline))
+#else
+#define KEL_PIPE_NOINLINE
+#endif
+
 int32_t littleEndian32(const unsigned char* bytes) {
     const uint32_t value = uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
                            uint32_t{bytes[3]} << 24;
@@ -94,25 +100,13 @@ int KelNamedPipe::isOpened() {
     return m_handle != kel::detail::kInvalidPipeHandle ? 1 : 0;
 }
 
-int KelNamedPipe::read(int& value) {
-    if (!readMoreDataIfNeccessary(kIntegerSize))
-        return 0;
-    if (!buffered(kIntegerSize)) {
-        kel::detail::setLastError(kErrorPartialCopy);
-        return 0;
-    }
-    value = littleEndian32(m_cursor);
-    advance(kIntegerSize);
-    return 1;
+int KelNamedPipe::fetchAndRead(int& value) {
+    return fetch(kIntegerSize) ? read(value) : 0;
 }
 
 int KelNamedPipe::read(KelString& text) {
-    if (!readMoreDataIfNeccessary(kIntegerSize))
+    if (!buffered(kIntegerSize) && !fetch(kIntegerSize))
         return 0;
-    if (!buffered(kIntegerSize)) {
-        kel::detail::setLastError(kErrorPartialCopy);
-        return 0;
-    }
     const int32_t length = littleEndian32(m_cursor);
     // Nothing is consumed until the whole string is here, so a failed read
     // never leaves the stream in the middle of a value.
@@ -121,12 +115,8 @@ int KelNamedPipe::read(KelString& text) {
         return 0;
     }
     const uint32_t size = kIntegerSize + static_cast<uint32_t>(length);
-    if (!readMoreDataIfNeccessary(static_cast<int>(size)))
+    if (!buffered(size) && !fetch(size))
         return 0;
-    if (!buffered(size)) {
-        kel::detail::setLastError(kErrorPartialCopy);
-        return 0;
-    }
     if (length > 0) {
         char narrow[kMaxStringLength + 1];
         std::memcpy(narrow, m_cursor + kIntegerSize, static_cast<size_t>(length));
@@ -150,8 +140,7 @@ int KelNamedPipe::readData(int offset) {
 }
 
 int KelNamedPipe::readMoreDataIfNeccessary(int size) {
-    const uint32_t wanted = size > 0 ? static_cast<uint32_t>(size) : 0;
-    if (m_cursor != nullptr && buffered(wanted))
+    if (buffered(size > 0 ? static_cast<uint32_t>(size) : 0))
         return 1;
     const uint32_t remaining = m_consumed < m_valid ? m_valid - m_consumed : 0;
     if (remaining > 0)
@@ -173,11 +162,21 @@ void KelNamedPipe::reset() {
     m_valid = 0;
 }
 
+// Out of line, so that the reads' common path stays a leaf.
+KEL_PIPE_NOINLINE bool KelNamedPipe::fetch(uint32_t count) {
+    if (!readMoreDataIfNeccessary(static_cast<int>(count)))
+        return false;
+    if (buffered(count))
+        return true;
+    kel::detail::setLastError(kErrorPartialCopy);
+    return false;
+}
+
 void KelNamedPipe::advance(uint32_t count) {
     m_cursor += count;
     m_consumed += count;
 }
 
 bool KelNamedPipe::buffered(uint32_t count) const {
-    return m_consumed <= m_valid && m_valid - m_consumed >= count;
+    return m_cursor != nullptr && m_consumed <= m_valid && m_valid - m_consumed >= count;
 }

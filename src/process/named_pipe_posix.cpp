@@ -152,7 +152,6 @@ bool socketFileName(std::wstring_view name, std::string& file) {
 
 struct PipeFolders {
     std::string base;     // $XDG_RUNTIME_DIR/kel or /tmp/kel-<uid>
-    bool baseInTmp;       // the base sits in the shared /tmp
     std::string runtime;  // $XDG_RUNTIME_DIR, when it is used
 };
 
@@ -165,10 +164,8 @@ PipeFolders pipeFolders() {
         while (folders.runtime.size() > 1 && folders.runtime.back() == '/')
             folders.runtime.pop_back();
         folders.base = folders.runtime + "/kel";
-        folders.baseInTmp = false;
     } else {
         folders.base = "/tmp/kel-" + std::to_string(::geteuid());
-        folders.baseInTmp = true;
     }
     return folders;
 }
@@ -237,8 +234,8 @@ int lockEndpoint(const std::string& path) {
         }
         // The previous owner removes the file as it closes; a lock on a file
         // that is no longer at the path guards nothing.
-        struct stat locked {
-        }, current{};
+        struct stat locked {};
+        struct stat current {};
         if (::fstat(fd.get(), &locked) == 0 && ::stat(path.c_str(), &current) == 0 &&
             locked.st_dev == current.st_dev && locked.st_ino == current.st_ino)
             return fd.release();
