@@ -49,7 +49,8 @@ public:
     // Copies every field, the buffered bytes and the read position
     // included. The copy refers to the same open pipe: closing either one
     // closes it for both, after which the other one's operations fail with
-    // last error 6 (invalid handle) and never touch another pipe.
+    // last error 6 (invalid handle). Without Windows they never reach another
+    // pipe; Windows may give a closed handle's value to a new object.
     KelNamedPipe(const KelNamedPipe& other);
     KelNamedPipe& operator=(const KelNamedPipe& other);
     // Releases the name only. Deliberately does not close the pipe: copies
@@ -71,7 +72,10 @@ public:
 
     // Waits until a client connects. Returns 1 when one is connected, also
     // when it connected before the call (then with last error 535, pipe
-    // connected, as Windows reports it); else 0 with the last error.
+    // connected, as Windows reports it); else 0 with the last error. A
+    // client that connected, wrote and closed before the call: Windows
+    // fails with 232 (no data); elsewhere the wait returns 1 and what the
+    // client wrote can be read.
     int waitForConnection();
 
     // Drops the connected client; the pipe stays open and may wait for the
