@@ -139,6 +139,11 @@ protected:
     uint32_t m_valid;
 
 private:
+    // The 4 bytes at `bytes` as a little-endian signed integer.
+    static int32_t littleEndian32(const unsigned char* bytes) {
+        return static_cast<int32_t>(uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 |
+                                    uint32_t{bytes[2]} << 16 | uint32_t{bytes[3]} << 24);
+    }
     // read(int&) once the integer is not buffered: fetches it, then reads.
     int fetchAndRead(int& value);
     // Makes `count` unread bytes buffered, or fails (299 when the one read
@@ -159,8 +164,7 @@ inline int KelNamedPipe::read(int& value) {
         return fetchAndRead(value);
     m_cursor += 4;
     m_consumed = consumed + 4;
-    value = static_cast<int32_t>(uint32_t{at[0]} | uint32_t{at[1]} << 8 | uint32_t{at[2]} << 16 |
-                                 uint32_t{at[3]} << 24);
+    value = littleEndian32(at);
     return 1;
 }
 

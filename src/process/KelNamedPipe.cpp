@@ -11,8 +11,7 @@
 namespace {
 
 constexpr uint32_t kIntegerSize = 4;
-// A string that the client announced but the one read made for it did not
-// bring in full: only part of the value could be read.
+// The one read made for a value brought only part of it.
 constexpr unsigned long kErrorPartialCopy = 299;
 constexpr unsigned long kErrorInvalidData = 13;
 
@@ -21,12 +20,6 @@ constexpr unsigned long kErrorInvalidData = 13;
 #else
 #define KEL_PIPE_NOINLINE
 #endif
-
-int32_t littleEndian32(const unsigned char* bytes) {
-    const uint32_t value = uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
-                           uint32_t{bytes[3]} << 24;
-    return static_cast<int32_t>(value);
-}
 
 }  // namespace
 
