@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Wine for the tests of a MinGW build: its private prefix (created on first
 # use) and a persistent wine server, so that each test program starts in a
-# fraction of a second instead of paying Wine's start-up every time.
+# fraction of a second instead of paying Wine's start-up every time. Wine
+# shows windows on an X display: when Xvfb is installed, a private one runs
+# beside the server, and the prefix's desktop and every test use it; never
+# the developer's own display.
 #
 #   scripts/windows-wine.sh start build/mingw   # before ctest
 #   scripts/windows-wine.sh stop build/mingw    # afterwards
@@ -17,10 +20,15 @@ set -euo pipefail
 usage="usage: windows-wine.sh start|stop <build directory> | run <build directory> <command>..."
 action=${1:?$usage}
 build=${2:?$usage}
+display_file="$build/wine-display"
 if [[ $action == run ]]; then
     shift 2
     bash "$0" start "$build"
     trap 'bash "$0" stop "$build"' EXIT
+    if [[ -s $display_file ]]; then
+        read -r _ display <"$display_file"
+        export DISPLAY=$display KEL_WINE_DISPLAY=$display
+    fi
     "$@"
     exit
 fi
@@ -33,8 +41,40 @@ wine=$(cached KEL_WINE)
 [[ -n $WINEPREFIX && -x $wine ]] || { echo "windows-wine.sh: no Wine in $cache" >&2; exit 1; }
 # The same settings as the build's CMAKE_CROSSCOMPILING_EMULATOR.
 export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
-# Headless: no window of the prefix's background processes may look for a display.
+# Never the developer's display: the private one below, or none.
 unset DISPLAY WAYLAND_DISPLAY
+
+# start_display: a private Xvfb on a free display number; its process id
+# and display name go to $display_file for "run" and "stop".
+start_display() {
+    command -v Xvfb >/dev/null 2>&1 || return 0
+    local number_file number
+    number_file=$(mktemp)
+    Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp -noreset 3>"$number_file" \
+        </dev/null >/dev/null 2>&1 &
+    local server=$!
+    for _ in $(seq 200); do
+        [[ -s $number_file ]] && break
+        kill -0 "$server" 2>/dev/null || break
+        sleep 0.1
+    done
+    number=$(tr -dc '0-9' <"$number_file")
+    rm -f "$number_file"
+    if [[ -z $number ]]; then
+        kill "$server" 2>/dev/null || true
+        return 0
+    fi
+    echo "$server :$number" >"$display_file"
+    export DISPLAY=":$number"
+}
+
+stop_display() {
+    [[ -s $display_file ]] || return 0
+    local server
+    read -r server _ <"$display_file"
+    kill "$server" 2>/dev/null || true
+    rm -f "$display_file"
+}
 
 wineserver=$(dirname "$wine")/wineserver
 [[ -x $wineserver ]] || wineserver=$(command -v wineserver)
@@ -42,6 +82,8 @@ wineserver=$(dirname "$wine")/wineserver
 case $action in
 start)
     mkdir -p "$WINEPREFIX"
+    stop_display
+    start_display
     "$wineserver" -p </dev/null >/dev/null 2>&1
     log="$build/wineboot.log"
     # Creating a prefix takes seconds; a stuck one must not hold up CI.
@@ -53,6 +95,7 @@ start)
 stop)
     "$wineserver" -k </dev/null >/dev/null 2>&1 || true
     "$wineserver" -w </dev/null >/dev/null 2>&1 || true
+    stop_display
     ;;
 *)
     echo "$usage" >&2

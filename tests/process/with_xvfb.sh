@@ -10,6 +10,14 @@
 # KEL_TEST_NO_DISPLAY, and its window tests skip themselves saying why.
 set -u
 
+# scripts/windows-wine.sh runs the wine server with a private display of its
+# own; Wine's desktop lives there, so the windows must go there too.
+if [[ -n ${KEL_WINE_DISPLAY:-} ]]; then
+    export DISPLAY=$KEL_WINE_DISPLAY
+    unset WAYLAND_DISPLAY KEL_TEST_NO_DISPLAY
+    exec "$@"
+fi
+
 if ! command -v Xvfb >/dev/null 2>&1; then
     export KEL_TEST_NO_DISPLAY="Xvfb is not installed (Debian package xvfb)"
     unset DISPLAY WAYLAND_DISPLAY
