@@ -134,7 +134,7 @@ TEST(RegexEngine, ParserBeyondItsStack_StopsWithOutOfStack) {
               RegexResult::kOutOfStack);
     EXPECT_EQ(regex, nullptr);
     const std::wstring fewer = std::wstring(20, L'(') + L"a" + std::wstring(20, L')');
-    EXPECT_EQ(kel::detail::compileRegex(RegexKey{fewer, 0, std::locale()}, 64 << 10, regex),
+    EXPECT_EQ(kel::detail::compileRegex(RegexKey{fewer, 0, std::locale()}, 512 << 10, regex),
               RegexResult::kMatch);
 }
 
