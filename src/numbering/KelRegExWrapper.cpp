@@ -54,7 +54,7 @@ enum class Stage { kCompiling, kMatching };
 
 // The calling thread's list of groups, reused from match to match (a
 // match does not call back into the library, so one list per thread does).
-std::vector<TextSpan>& threadGroups() {
+KEL_REGEX_NOINLINE std::vector<TextSpan>& threadGroups() {
     thread_local std::vector<TextSpan> groups;
     return groups;
 }

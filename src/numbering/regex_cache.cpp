@@ -12,7 +12,7 @@ size_t hashOf(std::wstring_view pattern) {
 }
 
 // The compiled form the calling thread found last, kept alive for it.
-std::shared_ptr<const CompiledRegex>& threadLastFound() {
+KEL_REGEX_NOINLINE std::shared_ptr<const CompiledRegex>& threadLastFound() {
     thread_local std::shared_ptr<const CompiledRegex> last;
     return last;
 }

@@ -178,19 +178,20 @@ public:
     friend BudgetedIterator operator+(BudgetedIterator it, difference_type n) { return it += n; }
     friend BudgetedIterator operator+(difference_type n, BudgetedIterator it) { return it += n; }
     friend BudgetedIterator operator-(BudgetedIterator it, difference_type n) { return it -= n; }
-    friend difference_type operator-(const BudgetedIterator& a, const BudgetedIterator& b) {
+    KEL_REGEX_INLINE friend difference_type operator-(const BudgetedIterator& a,
+                                                      const BudgetedIterator& b) {
         a.charge(b);
         return a.m_position - b.m_position;
     }
 
-    friend bool operator==(const BudgetedIterator& a, const BudgetedIterator& b) {
+    KEL_REGEX_INLINE friend bool operator==(const BudgetedIterator& a, const BudgetedIterator& b) {
         // Deliberate: out of budget, all positions are equal (see above).
         return a.charge(b) || a.m_position == b.m_position;
     }
-    friend bool operator!=(const BudgetedIterator& a, const BudgetedIterator& b) {
+    KEL_REGEX_INLINE friend bool operator!=(const BudgetedIterator& a, const BudgetedIterator& b) {
         return !(a == b);
     }
-    friend bool operator<(const BudgetedIterator& a, const BudgetedIterator& b) {
+    KEL_REGEX_INLINE friend bool operator<(const BudgetedIterator& a, const BudgetedIterator& b) {
         a.charge(b);
         return a.m_position < b.m_position;
     }
@@ -224,7 +225,7 @@ using MatchResults = xp::match_results<BudgetedIterator>;
 // engine keeps its per-match records (256 groups' worth, 16 KiB) in them,
 // and allocating and filling those afresh took a third of a short match.
 // The engine starts every match by resetting them.
-MatchResults& threadResults() {
+KEL_REGEX_NOINLINE MatchResults& threadResults() {
     thread_local MatchResults results;
     return results;
 }
@@ -294,11 +295,11 @@ RegexResult matchRegex(const CompiledRegex& regex, const wchar_t* text, size_t l
         if (!matched)
             return RegexResult::kNoMatch;
         groups.assign(what.size(), TextSpan{0, 0});
-        for (size_t i = 0; i < what.size(); ++i) {
-            if (what[i].matched) {
-                groups[i].offset = static_cast<size_t>(what[i].first.base() - text);
-                groups[i].length =
-                    static_cast<size_t>(what[i].second.base() - what[i].first.base());
+        for (size_t i = 0; i < groups.size(); ++i) {
+            const xp::sub_match<BudgetedIterator>& group = what[i];
+            if (group.matched) {
+                groups[i].offset = static_cast<size_t>(group.first.base() - text);
+                groups[i].length = static_cast<size_t>(group.second.base() - group.first.base());
             }
         }
         return RegexResult::kMatch;

@@ -32,6 +32,15 @@
 #include <string_view>
 #include <vector>
 
+// Marks the accessors of thread-local objects on the matching path: when
+// such an accessor is inlined, the compiler looks the thread's storage up
+// again at every use of the object, a dozen times per match.
+#if defined(__GNUC__)
+#define KEL_REGEX_NOINLINE __attribute__((noinline))
+#else
+#define KEL_REGEX_NOINLINE
+#endif
+
 namespace kel::detail {
 
 // A compiled pattern. Immutable: several threads may match it at once.
