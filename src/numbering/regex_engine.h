@@ -73,8 +73,8 @@ struct TextSpan {
 
 // The steps a match of a text of `textLength` characters may take:
 // kBaseSteps plus kStepsPerCharacter for each character. A profile name
-// takes a few hundred; a long text a few dozen per character with
-// ordinary patterns.
+// takes a few dozen; ordinary patterns a few per character of a long
+// text.
 constexpr size_t kBaseSteps = 1000000;
 constexpr size_t kStepsPerCharacter = 64;
 size_t stepLimitFor(size_t textLength);
