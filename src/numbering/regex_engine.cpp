@@ -230,6 +230,28 @@ KEL_REGEX_NOINLINE MatchResults& threadResults() {
     return results;
 }
 
+// Xpressive takes \1 to \9 for backreferences even when the pattern has
+// fewer groups, and then reads past its records of the groups while
+// matching (a failed assertion in debug builds). Such a pattern counts as
+// invalid. Every escaped digit is looked at, also in character classes and
+// comments, where it refers to no group: a few patterns count as invalid
+// that Xpressive would take, never the other way round.
+bool refersToMissingGroup(std::wstring_view pattern, size_t groups) {
+    auto isDigit = [](wchar_t c) { return c >= L'0' && c <= L'9'; };
+    for (size_t i = 0; i + 1 < pattern.size(); ++i) {
+        if (pattern[i] != L'\\')
+            continue;
+        const wchar_t digit = pattern[i + 1];
+        // Two digits or more are a backreference only to a group that
+        // precedes them.
+        const bool single = i + 2 == pattern.size() || !isDigit(pattern[i + 2]);
+        if (digit != L'0' && isDigit(digit) && single && size_t(digit - L'0') > groups)
+            return true;
+        ++i;  // the escaped character
+    }
+    return false;
+}
+
 }  // namespace
 
 struct CompiledRegex {
@@ -263,7 +285,8 @@ RegexResult compileRegex(const RegexKey& key, size_t stackBytes,
         result->regex = compiler.compile(BudgetedIterator(begin, &budget),
                                          BudgetedIterator(begin + result->pattern.size(), &budget),
                                          xp::regex_constants::ECMAScript);
-        if (result->regex.regex_id() == 0)
+        if (result->regex.regex_id() == 0 ||
+            refersToMissingGroup(result->pattern, result->regex.mark_count()))
             return RegexResult::kInvalidPattern;
         compiled = std::move(result);
         return RegexResult::kMatch;

@@ -147,6 +147,34 @@ TEST(KelRegExWrapper, InvalidPattern_GivesFalse) {
     EXPECT_EQ(texts(groups), std::vector<std::wstring>{L"kept"});
 }
 
+TEST(KelRegExWrapper, Backreference_MatchesTheGroupsText) {
+    Groups groups;
+    EXPECT_TRUE(matchWith(L"(ab)-\\1", L"ab-ab", groups));
+    EXPECT_EQ(texts(groups), (std::vector<std::wstring>{L"ab-ab", L"ab"}));
+    EXPECT_FALSE(matchWith(L"(ab)-\\1", L"ab-ba", groups));
+    // Ten groups: \\10 refers to the tenth.
+    EXPECT_TRUE(matchWith(L"(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)\\10", L"abcdefghijj", groups));
+}
+
+TEST(KelRegExWrapper, BackreferenceToAMissingGroup_MakesThePatternInvalid) {
+    // The engine would read past its records of the groups. Escaped digits
+    // in character classes count too: "[\\1]" is refused as well.
+    Groups groups;
+    DebugLines debug;
+    for (const wchar_t* pattern : {L"\\1", L"(a)\\2", L"a|\\9", L"[\\1]", L"(?:a)\\1"}) {
+        EXPECT_FALSE(matchWith(pattern, L"a", groups)) << pattern;
+        EXPECT_FALSE(matchWith(pattern, L"aa", groups)) << pattern;
+        EXPECT_FALSE(matchWith(pattern, L"", groups)) << pattern;
+    }
+    EXPECT_EQ(groups.length(), 0);
+    EXPECT_TRUE(debug.lines.empty());
+    // A backreference to a group that follows it is no error; the group has
+    // not matched yet where it is referred to, so the match fails there.
+    EXPECT_FALSE(matchWith(L"\\2(a)(b)", L"ab", groups));
+    EXPECT_TRUE(matchWith(L"(a)\\\\1", L"a\\1", groups));  // an escaped backslash
+    EXPECT_EQ(texts(groups), (std::vector<std::wstring>{L"a\\1", L"a"}));
+}
+
 TEST(KelRegExWrapper, SetRegularExpression_ReplacesThePattern) {
     KelRegExWrapper regex;
     regex.setRegularExpression(L"(");  // stored, not checked
