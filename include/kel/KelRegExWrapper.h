@@ -40,7 +40,9 @@ public:
     // far as they are not empty: the array is never cleared, and an empty or
     // non-participating group leaves no entry, so positions in `groups`
     // need not be group numbers. False, with `groups` unchanged, when the
-    // text does not match or the pattern is not a valid expression.
+    // text does not match or the pattern is not a valid expression (a
+    // backreference \1 to \9 to a group the pattern lacks makes it
+    // invalid, even where the escaped digit stands in a character class).
     //
     // Also false, with one line written to the debug output
     // (kelOutputDebugString), when the match is given up: a pattern of more
