@@ -7,13 +7,13 @@
 // exponential work. This engine charges the work to a budget: every step
 // of the matcher (a comparison of two positions in the text; the engine
 // makes one before each character it reads and in each of its loops and
-// recursions) is counted, and the stack address is checked at each step. A compile
-// whose parser reaches the stack limit stops at once. A match that runs
-// out of steps or stack is made to fail fast from there on: every
-// position looks like the end of the text, so each pending frame gives up
-// and returns without reading further; should that clean-up itself take
-// too long or go too deep, the match is abandoned by an exception as a
-// last resort.
+// recursions) is counted, and the stack address is checked at each step.
+// A compile whose parser reaches the stack limit stops at once. A match
+// that runs out of steps or stack is made to fail fast from there on:
+// every position looks like the end of the text, so each pending frame
+// gives up and returns without reading further; should that clean-up
+// itself take too long or go too deep, the match is abandoned by an
+// exception as a last resort.
 //
 //   std::shared_ptr<const CompiledRegex> regex;
 //   if (compileRegex(RegexKey{L"(\\d+)-(\\d+)", 0, std::locale()}, 64 << 10, regex) ==
