@@ -19,22 +19,19 @@ void* trampoline(void* argument) {
 
 }  // namespace
 
-void runOnLargeStack(void (*task)(void*), void* context) {
+bool runOnLargeStack(void (*task)(void*), void* context) {
     Call call{task, context};
     pthread_attr_t attributes;
-    if (pthread_attr_init(&attributes) != 0) {
-        task(context);
-        return;
-    }
+    if (pthread_attr_init(&attributes) != 0)
+        return false;
     pthread_t thread;
     const bool started = pthread_attr_setstacksize(&attributes, kLargeStackBytes) == 0 &&
                          pthread_create(&thread, &attributes, trampoline, &call) == 0;
     pthread_attr_destroy(&attributes);
-    if (!started) {
-        task(context);
-        return;
-    }
+    if (!started)
+        return false;
     pthread_join(thread, nullptr);
+    return true;
 }
 
 }  // namespace kel::detail

@@ -19,17 +19,16 @@ DWORD WINAPI trampoline(LPVOID argument) {
 
 }  // namespace
 
-void runOnLargeStack(void (*task)(void*), void* context) {
+bool runOnLargeStack(void (*task)(void*), void* context) {
     Call call{task, context};
     // A reservation only: pages are committed as the stack grows.
     HANDLE thread = ::CreateThread(nullptr, kLargeStackBytes, trampoline, &call,
                                    STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-    if (thread == nullptr) {
-        task(context);
-        return;
-    }
+    if (thread == nullptr)
+        return false;
     ::WaitForSingleObject(thread, INFINITE);
     ::CloseHandle(thread);
+    return true;
 }
 
 }  // namespace kel::detail
