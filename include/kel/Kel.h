@@ -47,6 +47,9 @@
 #include <kel/KelUnzipper.h>
 #include <kel/KelZipper.h>
 
+// Diagnostics
+#include <kel/KelStackWalker.h>
+
 // Processes, progress and notification
 #include <kel/KelProcessEvolutionManager.h>
 #include <kel/KelRBTree.h>
