@@ -157,7 +157,9 @@ public:
     //   restarts (a sleep, a wait for events) return early with EINTR.
     int ShowCallstack(unsigned long threadId);
 
-    // The text that the last walk collected (empty after a failed walk).
+    // The text collected since the last walk began: that walk's lines
+    // (none when it failed), followed by any line OnCallstackEntry added
+    // since.
     const KelString& getCallstackText() const;
 
     // The paths the walker was created with.

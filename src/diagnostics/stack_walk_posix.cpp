@@ -26,6 +26,7 @@
 #include <ucontext.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
@@ -497,28 +498,43 @@ bool installCaptureHandler() {
     return true;
 }
 
-bool waitForCapture(CaptureSlot& slot, uint64_t sequence) {
+long long monotonicMilliseconds() {
+    struct timespec now;
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+// Waits on the semaphore until `slice` milliseconds from now. The wait is
+// sem_timedwait on the real-time clock, in short slices measured against
+// the monotonic one, so that a clock change shifts the time-out by one
+// slice at most (and sanitizers that hold signals back outside known
+// blocking calls see it as one).
+bool waitSlice(sem_t& semaphore, long slice) {
     struct timespec deadline;
-    ::clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_sec += kCaptureTimeoutMs / 1000;
-    deadline.tv_nsec += (kCaptureTimeoutMs % 1000) * 1000000L;
-    if (deadline.tv_nsec >= 1000000000L) {
-        deadline.tv_nsec -= 1000000000L;
-        ++deadline.tv_sec;
+    ::clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_nsec += slice * 1000000L;
+    deadline.tv_sec += deadline.tv_nsec / 1000000000L;
+    deadline.tv_nsec %= 1000000000L;
+    while (::sem_timedwait(&semaphore, &deadline) != 0) {
+        if (errno != EINTR)
+            return false;
     }
-    for (;;) {
-        if (::sem_clockwait(&slot.done, CLOCK_MONOTONIC, &deadline) == 0)
+    return true;
+}
+
+bool waitForCapture(CaptureSlot& slot, uint64_t sequence) {
+    const long long end = monotonicMilliseconds() + kCaptureTimeoutMs;
+    for (long long now = monotonicMilliseconds(); now < end; now = monotonicMilliseconds()) {
+        if (waitSlice(slot.done, static_cast<long>(std::min<long long>(end - now, 50))))
             return true;
-        if (errno == EINTR)
-            continue;
-        uint64_t expected = sequence << 2 | kPending;
-        if (slot.state.compare_exchange_strong(expected, kIdle, std::memory_order_acq_rel))
-            return false;  // withdrawn: a late signal will find nothing to do
-        // The handler has claimed the request and is about to post.
-        while (::sem_wait(&slot.done) != 0 && errno == EINTR) {
-        }
-        return true;
     }
+    uint64_t expected = sequence << 2 | kPending;
+    if (slot.state.compare_exchange_strong(expected, kIdle, std::memory_order_acq_rel))
+        return false;  // withdrawn: a late signal will find nothing to do
+    // The handler has claimed the request and is about to post.
+    while (::sem_wait(&slot.done) != 0 && errno == EINTR) {
+    }
+    return true;
 }
 
 }  // namespace

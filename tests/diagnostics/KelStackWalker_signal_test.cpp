@@ -94,12 +94,48 @@ void installHostHandler() {
     ASSERT_EQ(sigaction(SIGRTMAX, &host, nullptr), 0);
 }
 
+// A thread of this process that sleeps in short naps until it is stopped.
+class NappingThread {
+public:
+    NappingThread() {
+        m_thread = std::thread([this] {
+            m_id.store(kelGetCurrentThreadId());
+            while (!m_stop.load())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+        while (m_id.load() == 0)
+            std::this_thread::yield();
+    }
+    ~NappingThread() {
+        m_stop.store(true);
+        m_thread.join();
+    }
+    unsigned long id() const { return m_id.load(); }
+
+private:
+    std::atomic<unsigned long> m_id{0};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kThreadSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+constexpr bool kThreadSanitizer = true;
+#else
+constexpr bool kThreadSanitizer = false;
+#endif
+#else
+constexpr bool kThreadSanitizer = false;
+#endif
+
 TEST(KelStackWalkerSignal, TheHostsSignalStaysTheHosts) {
     // Before the library walks another thread for the first time.
     installHostHandler();
     ASSERT_EQ(librarySignal(), 0);
 
-    ReadingThread target;
+    NappingThread target;
     KelStackWalker walker(KelStackWalker::defaultLibraryPath(), L"");
     ASSERT_EQ(walker.ShowCallstack(target.id()), 1) << kelGetLastError();
 
@@ -117,6 +153,8 @@ TEST(KelStackWalkerSignal, TheHostsSignalStaysTheHosts) {
 }
 
 TEST(KelStackWalkerSignal, AnInterruptedReadCarriesOn) {
+    if (kThreadSanitizer)
+        GTEST_SKIP() << "ThreadSanitizer holds signals back while a thread waits in read()";
     installHostHandler();
     ReadingThread target;
     KelStackWalker walker(KelStackWalker::defaultLibraryPath(), L"");
@@ -132,7 +170,7 @@ TEST(KelStackWalkerSignal, AnInterruptedReadCarriesOn) {
 TEST(KelStackWalkerSignal, ASignalTheLibraryDidNotSendHasItsDefaultEffect) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     installHostHandler();
-    ReadingThread target;
+    NappingThread target;
     KelStackWalker walker(KelStackWalker::defaultLibraryPath(), L"");
     ASSERT_EQ(walker.ShowCallstack(target.id()), 1);
     const int taken = librarySignal();
