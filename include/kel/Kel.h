@@ -48,6 +48,9 @@
 #include <kel/KelZipper.h>
 
 // Diagnostics
+#include <kel/KelDebugInterfaces.h>
+#include <kel/KelLogfile.h>
+#include <kel/KelPerfMonitor.h>
 #include <kel/KelStackWalker.h>
 
 // Processes, progress and notification
