@@ -49,6 +49,7 @@
 
 // Diagnostics
 #include <kel/KelDebugInterfaces.h>
+#include <kel/KelErrorTracer.h>
 #include <kel/KelLogfile.h>
 #include <kel/KelPerfMonitor.h>
 #include <kel/KelStackWalker.h>

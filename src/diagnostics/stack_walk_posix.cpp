@@ -32,6 +32,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <unordered_map>
 
@@ -100,6 +101,7 @@ struct LibdwApi {
     dw::Dwarf* (*moduleGetDwarf)(dw::Dwfl_Module*, dw::Dwarf_Addr*);
     int (*moduleGetSymtab)(dw::Dwfl_Module*);
     int (*moduleBuildId)(dw::Dwfl_Module*, const unsigned char**, dw::GElf_Addr*);
+    const char* (*lineCompDir)(dw::Dwfl_Line*);
 };
 
 namespace {
@@ -128,6 +130,7 @@ bool bindLibdw(void* library, LibdwApi& api) {
     bind(library, "dwfl_module_getdwarf", api.moduleGetDwarf);
     bind(library, "dwfl_module_getsymtab", api.moduleGetSymtab);
     bind(library, "dwfl_module_build_id", api.moduleBuildId);
+    bind(library, "dwfl_line_comp_dir", api.lineCompDir);
     if (api.lineInfo == nullptr)
         api.moduleGetSrc = nullptr;
     return true;
@@ -302,6 +305,18 @@ unsigned long symbolTypeOf(SymbolSession& session, dw::Dwfl_Module* module) {
     return type;
 }
 
+// A source file named relative to the directory it was compiled in (as
+// compiler caches and relocatable builds name them) made absolute, so that
+// a report names the file wherever it is read.
+std::string sourcePath(const LibdwApi& api, dw::Dwfl_Line* line, const char* file) {
+    if (file[0] == '/' || api.lineCompDir == nullptr)
+        return file;
+    const char* directory = api.lineCompDir(line);
+    if (directory == nullptr || directory[0] != '/')
+        return file;
+    return (std::filesystem::path(directory) / file).lexically_normal().string();
+}
+
 ResolvedAddress resolve(SymbolSession& session, uint64_t address) {
     ResolvedAddress result;
     const LibdwApi& api = session.api;
@@ -342,7 +357,7 @@ ResolvedAddress resolve(SymbolSession& session, uint64_t address) {
                                ? api.lineInfo(line, nullptr, &number, nullptr, nullptr, nullptr)
                                : nullptr;
         if (file != nullptr) {
-            result.file = narrowText(file);
+            result.file = narrowText(sourcePath(api, line, file).c_str());
             result.line = static_cast<unsigned long>(number > 0 ? number : 0);
         }
     }

@@ -102,9 +102,13 @@ std::string thisModule() {
     return name;
 }
 
-// The line of a frame of this file: "file (line): name".
+// This file as the walker names it: the absolute path of the source.
+std::string thisFile() {
+    return std::string(KEL_TRACER_TEST_SOURCE_DIR) + "/KelStackWalker_test.cpp";
+}
+
 std::string frameLine(const char* function, int line) {
-    return std::string(__FILE__) + " (" + std::to_string(line) + "): " + function;
+    return thisFile() + " (" + std::to_string(line) + "): " + function;
 }
 
 std::wstring missingLibrary() {
@@ -194,8 +198,7 @@ TEST(KelStackWalker, ShowCallstack_WithTheCallingThreadsIdWalksTheCallingThread)
     ASSERT_EQ(result, 1);
     const std::vector<std::string> lines = linesOf(walker.getCallstackText());
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines[0].rfind(std::string(__FILE__) + " (" + std::to_string(line) + "): ", 0), 0u)
-        << lines[0];
+    EXPECT_EQ(lines[0].rfind(thisFile() + " (" + std::to_string(line) + "): ", 0), 0u) << lines[0];
     EXPECT_NE(lines[0].find("WithTheCallingThreadsIdWalksTheCallingThread"), std::string::npos);
 }
 

@@ -27,9 +27,12 @@ if(NOT WIN32)
 endif()
 
 # kel_add_tracer_test(<name> ...): a test of the walker or the tracer.
+# The tests compare the source files the walker names with their own.
 function(kel_add_tracer_test name)
     kel_add_test(${name} ${ARGN})
     target_compile_options(${name} PRIVATE ${KEL_TRACER_TEST_OPTIONS})
+    target_compile_definitions(${name} PRIVATE
+        KEL_TRACER_TEST_SOURCE_DIR="${CMAKE_CURRENT_LIST_DIR}")
 endfunction()
 
 kel_add_tracer_test(KelStackWalker_test SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelStackWalker_test.cpp
@@ -47,4 +50,21 @@ kel_add_tracer_test(KelStackWalker_thread_test THREADS
 if(NOT WIN32)
     kel_add_tracer_test(KelStackWalker_signal_test THREADS
         SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelStackWalker_signal_test.cpp)
+endif()
+
+# The tracer's tests remove its settings with the store's internal calls.
+# The second one is a process of its own: its first error meets a library
+# that cannot be loaded, and the walker is created once per process.
+kel_add_tracer_test(KelErrorTracer_test INTERNAL
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_test.cpp)
+kel_add_tracer_test(KelErrorTracer_nolibrary_test INTERNAL
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_nolibrary_test.cpp)
+if(WIN32)
+    # The settings live in the one system registry and the reports in the
+    # one documents folder: these tests take turns with the others that
+    # write there.
+    foreach(test KelErrorTracer_test KelErrorTracer_nolibrary_test)
+        target_link_libraries(${test} PRIVATE shell32)
+        set_tests_properties(${test} PROPERTIES RESOURCE_LOCK system_registry)
+    endforeach()
 endif()
