@@ -238,7 +238,9 @@ void walkContext(SymbolSession& session, HANDLE thread, CONTEXT& context, bool f
                            api.symFunctionTableAccess64, api.symGetModuleBase64, nullptr)) {
         frames.push_back({frame.AddrPC.Offset, !(firstIsExact && frames.empty())});
         if (frame.AddrPC.Offset == frame.AddrReturn.Offset) {
-            if (repeated > KelStackWalker::kMaxRepeatedFrames)
+            // One frame more than the walk itself accepts, so that the walk
+            // sees the repeat and stops there.
+            if (repeated > KelStackWalker::kMaxRepeatedFrames + 1)
                 break;
             ++repeated;
         } else {

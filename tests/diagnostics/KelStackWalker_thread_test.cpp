@@ -11,7 +11,9 @@
 #include <string>
 #include <thread>
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <pthread.h>
 #include <signal.h>
 #endif
@@ -56,6 +58,16 @@ constexpr bool kThreadSanitizer = false;
 #else
 constexpr bool kThreadSanitizer = false;
 #endif
+
+// True when the Windows build runs under Wine.
+bool underWine() {
+#if defined(_WIN32)
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
+#else
+    return false;
+#endif
+}
 
 // A thread running walkedThreadSpin for the life of the object.
 class SpinningThread {
@@ -152,27 +164,30 @@ TEST(KelStackWalkerThreads, ThreadsWalkEachOtherAtTheSameTime) {
         std::this_thread::yield();
     std::thread second(walkOther, target.id());
     start.store(true);
-    // Meanwhile this thread walks the first walker while it walks. Under
-    // ThreadSanitizer, which holds a signal back while its thread waits for
-    // a lock, a walk that meets the first walker waiting for the lock this
-    // thread holds runs out of time instead; nothing else may fail.
+    // Meanwhile this thread walks the first walker while it walks. Two
+    // test environments cannot always reach a thread that is busy walking:
+    // ThreadSanitizer holds a signal back while its thread waits for a
+    // lock, so such a walk runs out of time (1460); Wine refuses the
+    // context of a thread caught in the middle of suspending another (5).
+    // Nothing else may fail.
     KelStackWalker walker(KelStackWalker::defaultLibraryPath(), L"");
-    const int rounds = kThreadSanitizer ? 20 : 100;
+    const unsigned long tolerated = kThreadSanitizer ? 1460 : underWine() ? 5 : 0;
+    const int rounds = tolerated != 0 ? 20 : 100;
     int walked = 0;
-    int timedOut = 0;
+    int refused = 0;
+    std::string errors;
     for (int i = 0; i < rounds; ++i) {
         if (walker.ShowCallstack(otherId.load()) == 1)
             ++walked;
-        else if (kelGetLastError() == 1460)
-            ++timedOut;
+        else if (kelGetLastError() == tolerated)
+            ++refused;
+        else
+            errors += " " + std::to_string(kelGetLastError());
     }
     first.join();
     second.join();
     EXPECT_EQ(failures.load(), 0);
-    if (kThreadSanitizer)
-        EXPECT_EQ(walked + timedOut, rounds);
-    else
-        EXPECT_EQ(walked, rounds);
+    EXPECT_EQ(walked + refused, rounds) << "last errors:" << errors;
     EXPECT_TRUE(target.advances(5));
 }
 

@@ -15,8 +15,12 @@ else()
 endif()
 
 # A library without debug information that calls back into the tests.
+# Stripped, so that not even the runtime's objects bring debug information.
 add_library(kel_test_plain SHARED ${CMAKE_CURRENT_LIST_DIR}/plain_library.cpp)
 target_compile_options(kel_test_plain PRIVATE ${KEL_TRACER_NO_DEBUG_OPTIONS})
+if(NOT MSVC)
+    target_link_options(kel_test_plain PRIVATE -s)
+endif()
 set_target_properties(kel_test_plain PROPERTIES CXX_VISIBILITY_PRESET hidden)
 
 # A library with debug information that the tests load after their first walk.
