@@ -36,8 +36,10 @@ __attribute__((noinline)) int descend(int depth, Work& work) {
         work();
         return 1;
     }
-    // Not a tail call: every level keeps its frame.
-    return descend(depth - 1, work) + 1;
+    // Kept from becoming a loop: every level keeps its frame.
+    int below = descend(depth - 1, work);
+    benchmark::DoNotOptimize(below);
+    return below + 1;
 }
 
 // The tracer on, through a configuration store of the benchmark's own.
