@@ -1,7 +1,9 @@
-// Registry files as "kel reg import" reads them: any bytes are either
-// refused with a message or parsed; what is parsed, written out again,
-// parses back to the same keys and values (text without its terminating
-// zero comes back with one, as the Windows tools store it).
+// Registry files as "kel reg import" reads them, in the current format or
+// as "REGEDIT4" files: any bytes are either refused with a message or
+// parsed; what is parsed, written out again (always in the current format,
+// text data of a "REGEDIT4" file then UTF-16), parses back to the same keys
+// and values (text without its terminating zero comes back with one, as the
+// Windows tools store it).
 
 #include <cstddef>
 #include <cstdint>

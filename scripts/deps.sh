@@ -1,15 +1,34 @@
 #!/usr/bin/env bash
-# Installs, with apt-get, the Debian packages the build and the tests need
-# and the machine lacks. The packages are listed in scripts/packages/*.txt,
-# one per line ('#' starts a comment); each part of the library keeps its
-# own list there.
+# Installs, with apt-get, the Debian packages the machine lacks for one
+# purpose:
+#
+#   scripts/deps.sh demo   building the library and the kel tool, and
+#                          running "kel demo" (what scripts/demo.sh needs)
+#   scripts/deps.sh test   everything: also the tests, the sanitizers, the
+#                          Windows build under Wine, fuzzing, the reference
+#                          documentation (the default)
+#
+# The packages are listed in scripts/packages/*.txt, one per line, each part
+# of the library keeping its own list; '#' starts a comment. A package
+# needed for the demo says so after its name ("zlib1g-dev  demo"); every
+# other package is needed only by the test command.
 set -euo pipefail
 cd "$(dirname "$0")"
 
+purpose=${1:-test}
+case $purpose in
+demo | test) ;;
+*)
+    echo "usage: deps.sh [demo|test]" >&2
+    exit 2
+    ;;
+esac
+
 wanted=()
 for list in packages/*.txt; do
-    while read -r package _; do
+    while read -r package tag _; do
         [[ -z "$package" || "$package" == \#* ]] && continue
+        [[ $purpose == demo && $tag != demo ]] && continue
         wanted+=("$package")
     done <"$list"
 done

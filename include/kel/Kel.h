@@ -55,7 +55,11 @@
 #include <kel/KelStackWalker.h>
 
 // Processes, progress and notification
+#include <kel/KelIPCConnection.h>
+#include <kel/KelMessage.h>
+#include <kel/KelNamedPipe.h>
 #include <kel/KelProcessEvolutionManager.h>
+#include <kel/KelProgressCtrl.h>
 #include <kel/KelRBTree.h>
 #include <kel/KelThreadsPool.h>
 #include <kel/KelUserNotification.h>

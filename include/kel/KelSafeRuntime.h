@@ -175,10 +175,13 @@ KEL_API int kelltow6(long value, unsigned short* buffer, unsigned __int64 size, 
 KEL_API int kelltow8(long value, wchar_t* buffer, unsigned __int64 size, int radix);
 
 // _gcvt_s: `digits` significant digits, in decimal form when the exponent
-// lies between -1 and digits - 1 and in exponent form otherwise; zeros at
-// the end of the fraction are dropped and the decimal point is kept
-// (12 digits of -123456789012.0 give "-123456789012."). ERANGE when digits
-// is not below size.
+// lies between -1 and digits - 1 and in exponent form otherwise. A decimal
+// point is written only when the digits leave room for a fraction digit;
+// zeros at the end of the fraction are dropped but the point stays: 12
+// digits of -123456789012.3 give "-123456789012", 5 digits of 1.0 give "1.",
+// 3 digits of 100.0 give "100", 1 digit of 2.5 gives "3" (halves round away
+// from zero), 3 digits of 1000.0 give "1.e+03". ERANGE when digits is not
+// below size.
 KEL_API int kelgcvt(char* buffer, unsigned __int64 size, double value, int digits);
 
 // ----- error messages ----------------------------------------------------------------------

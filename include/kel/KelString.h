@@ -117,8 +117,8 @@ public:
     //
     // Editing members work in the calling thread's scratch buffer: a text
     // or result of 524,288 characters or more is reported through the
-    // invalid-parameter handler and the value stays as it was (a returned
-    // new value is then empty).
+    // invalid-parameter handler, which leaves the buffer emptied, and the
+    // value becomes that empty text (a returned new value is empty too).
 
     // The two texts joined; this value is unchanged.
     KelString operator+(const KelString& other) const;
@@ -215,7 +215,7 @@ public:
     // Joins the four parts into this value: the drive's first letter and
     // ":", the directory with a "\" added when it ends without a separator,
     // the name, the extension with a "." added when it lacks one. A path of
-    // 260 characters or more is reported and leaves the value unchanged.
+    // 260 characters or more is reported and leaves the value empty.
     void MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
                   const KelString& ext);
 
@@ -233,20 +233,23 @@ public:
     // others. A bad radix is reported and gives the empty text.
     static KelString integerToString(int value, int radix = 10);
     static KelString longToString(long value, int radix = 10);
-    // The value with `digits` significant digits, as _gcvt writes it:
+    // The value with `digits` significant digits, as _gcvt_s writes it:
     // decimal form when the exponent lies between -1 and digits - 1, else
-    // exponent form; zeros ending the fraction are dropped, the decimal point
-    // is kept ("-123456789012." for 12 digits). Empty for digits < 0 or
-    // >= 1024.
+    // exponent form. A decimal point is written only when the digits leave
+    // room for a fraction digit; zeros ending the fraction are dropped, the
+    // point is kept ("-123456789012" for 12 digits of -123456789012.3, "1."
+    // for 5 digits of 1.0, "100" for 3 digits of 100.0). Empty for
+    // digits < 0 or >= 1024.
     static KelString doubleToString(double value, int digits);
 
     // ----- formatting and clock text -------------------------------------
 
     // printf-style formatting with the Windows runtime's conventions: in a
     // wide format %s takes wide text and %S narrow; in a narrow format the
-    // reverse. I64/I32/I size prefixes are accepted. A result of 524,288
-    // characters or more, or a bad format, leaves the value unchanged after
-    // the invalid-parameter handler has been called.
+    // reverse. I64/I32/I size prefixes are accepted, "%05s" pads with zeros,
+    // "%#p" prefixes "0X", %n is refused. A result of 524,288 characters or
+    // more, or a format the runtime refuses, is reported through the
+    // invalid-parameter handler and leaves the value empty.
     KelString& format(const char* fmt, ...);
     KelString& format(const wchar_t* fmt, ...);
     // For 16-bit clients: the format and its wide arguments are 16-bit units.
@@ -255,8 +258,15 @@ public:
     KelString& vformat(const wchar_t* fmt, va_list args);
     KelString& vformat(const unsigned short* fmt, va_list args);
 
-    // strftime into maxSize characters; an empty result (or one that does
-    // not fit) gives the empty text.
+    // strftime into maxSize characters, as the Windows runtime formats in
+    // the "C" locale on every system: %c is "02/29/24 13:05:09", %x
+    // "02/29/24", %X "13:05:09"; %#c and %#x give the long date ("Thursday,
+    // February 29, 2024"), %#d, %#H, %#D, ... drop leading zeros; %z is the
+    // offset from UTC ("-0800"), %Z the time zone's name. An empty result or
+    // one that does not fit gives the empty text; a maxSize of 0, an unknown
+    // directive (%E and %O modifiers included) or a field of `t` out of range
+    // where a directive reads it is also reported through the
+    // invalid-parameter handler.
     KelString& formatTime(unsigned __int64 maxSize, const char* fmt, const struct tm* t);
 
     // The local time as "hh:mm:ss" and the local date as "mm/dd/yy".
@@ -267,10 +277,13 @@ public:
 
     // Ordinal: -1, 0 or 1.
     static int compare(const KelString& a, const KelString& b);
-    // Over at most n characters; only the sign is significant.
+    // Over at most n characters; only the sign is significant. 0 when n is
+    // 0; a negative n compares the whole texts (the count is taken as a
+    // size_t, as wcsncmp takes it).
     static int compare(const KelString& a, const KelString& b, int n);
     // Ignoring case: both characters folded to lower case.
     static int compareNoCase(const KelString& a, const KelString& b);
+    // Over at most n characters, ignoring case; n as in compare.
     static int compareNoCase(const KelString& a, const KelString& b, int n);
     // Natural order, -1, 0 or 1: digits compare as the numbers they start
     // ("file2" before "file10", "a01" equal to "a1"), a text beginning with

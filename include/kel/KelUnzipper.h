@@ -13,7 +13,10 @@
 // (or as UTF-8 when the entry carries the format's UTF-8 flag) and shown
 // with "\" for every "/". Extraction never writes outside the target
 // folder: an entry whose name is absolute, carries a drive or climbs out
-// with ".." is refused. Every operation returns false on failure.
+// with "..", or whose path runs through a link that already exists inside
+// the target folder, is refused. An entry is reported as extracted only
+// when the file holds exactly its bytes (see UnzipFile). Every operation
+// returns false on failure.
 
 #ifndef KEL_KELUNZIPPER_H
 #define KEL_KELUNZIPPER_H
@@ -55,12 +58,14 @@ public:
 
     // Closes any open archive, then opens `zipPath` (made absolute). On
     // success the output folder becomes the archive's own folder. False for
-    // a null, missing or unreadable archive.
+    // a null, missing or unreadable archive. An archive without entries (its
+    // end record alone, 22 bytes) opens.
     bool OpenZip(const wchar_t* zipPath);
     // Closes the archive; true also when none was open.
     bool CloseZip();
 
-    // The number of entries; 0 when no archive is open.
+    // The number of entries, from the end record or its ZIP64 form (clamped
+    // to 2,147,483,647); 0 when no archive is open.
     int GetFileCount();
 
     // Makes `folder` the output folder and creates it with its missing
@@ -87,15 +92,24 @@ public:
     // output folder), which is created first. A folder entry creates the
     // folder; a file entry is written with its folders (only its file name
     // with `ignorePath`), replacing an existing file, and gets the entry's
-    // time. True when the whole entry was written and its checksum matched;
-    // a failed file is removed. An entry that would land outside `folder`
-    // fails and writes nothing.
+    // time. True only when the file holds exactly the entry: the deflate
+    // stream reached its end, the bytes written equal the entry's size and
+    // the CRC-32 matches; a failed file is removed. Before the first
+    // extraction the archive's whole directory is read and checked; a
+    // damaged one (fewer or more records than announced, records pointing
+    // outside the archive, entries whose data overlap) fails every
+    // extraction. Stored and deflated entries are extracted; other methods
+    // and encrypted entries fail and nothing is written for them. An entry
+    // that would land outside `folder`, or whose path runs through a link
+    // already inside it, fails and writes nothing; an existing file is
+    // replaced, never written through.
     bool UnzipFile(const wchar_t* folder = nullptr, bool ignorePath = false);
     bool UnzipFile(int index, const wchar_t* folder = nullptr, bool ignorePath = false);
 
     // Extracts every entry into `folder` (created first); false for an empty
-    // archive, at the first entry that fails, and when the archive's
-    // directory breaks off before its last entry.
+    // archive, for a damaged directory (before anything is written), at the
+    // first entry that fails, and when the directory breaks off before its
+    // last entry.
     bool UnzipTo(const wchar_t* folder, bool ignorePath = false);
     // The same into the output folder.
     bool Unzip(bool ignorePath = false);
@@ -125,6 +139,17 @@ protected:
 private:
     KelUnzipper(const KelUnzipper&) = delete;
     KelUnzipper& operator=(const KelUnzipper&) = delete;
+
+    // The archive's directory, read and checked whole before the first
+    // extraction; null until then.
+    struct Directory;
+    Directory* m_pDirectory;
+    // The archive's absolute path, for that check.
+    wchar_t m_szZipPath[MAX_PATH + 1];
+
+    // The checked directory; null (with the reason recorded) when the
+    // archive's directory is damaged.
+    const Directory* checkedDirectory();
 };
 
 #endif  // KEL_KELUNZIPPER_H

@@ -14,10 +14,12 @@
 // readers and existing archives rely on them: AddFileToZip(path, ignorePath)
 // and ZipFile write every "\" as "//"; AddFileToZip(path, folderInZip) and
 // the folder entries of AddFolderToZip keep "\". Names that are not plain
-// ASCII are stored as UTF-8 with the format's UTF-8 flag. Paths are wide
-// paths of at most 260 characters; "\" and "/" both separate their parts. A
-// name that would climb out of the root folder is refused. Every operation
-// returns false on failure.
+// ASCII are stored as UTF-8 with the format's UTF-8 flag. Files of 4 GiB
+// and more get entries with the ZIP64 fields, and an archive of 65,535
+// entries or more a ZIP64 end record, so that other tools read any archive
+// written here. Paths are wide paths of at most 260 characters; "\" and "/"
+// both separate their parts. A name that would climb out of the root
+// folder is refused. Every operation returns false on failure.
 
 #ifndef KEL_KELZIPPER_H
 #define KEL_KELZIPPER_H
@@ -27,7 +29,8 @@
 
 #include <stdint.h>
 
-// What a KelZipper has added since its archive was opened.
+// What a KelZipper has added since its archive was opened. Each total stops
+// at its largest value instead of wrapping.
 struct Z_FileInfo {
     int32_t nFileCount;           // file entries added
     int32_t nFolderCount;         // folders added (counted when tried)
@@ -70,9 +73,10 @@ public:
     // Adds a folder entry (the path relative to the root folder, or only the
     // folder's name with `ignorePath`, followed by "\") and then every file
     // and sub-folder whose name does not begin with ".", in name order.
-    // Failures of the children are ignored. Adding the root folder itself
-    // adds its children without an entry of its own. The folder count
-    // grows by one at every call on an open archive.
+    // Failures of the children are ignored. The root folder itself has no
+    // name below the root folder: without `ignorePath` adding it fails. The
+    // folder count grows by one at every call on an open archive, also
+    // when the call then fails.
     bool AddFolderToZip(const wchar_t* path, bool ignorePath = false);
 
     // Zips one file into an archive beside it with the extension "zip",

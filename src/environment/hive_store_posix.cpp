@@ -4,7 +4,9 @@
 // created and its folded full path, which is unique) and vals (per key and
 // folded name: the name as created, the type and the data). The file is
 // marked with its own application id, so that a foreign database is
-// recognised and never written to.
+// recognised and never written to. A file is checked page by page (SQLite's
+// quick check) when it is opened: a damaged one is reported as such and
+// never written to either.
 //
 // Connections stay open for the process, one per hive file, found by the
 // file's path: a change of KEL_REGISTRY_DIR (or of HOME) reaches other
@@ -12,14 +14,21 @@
 // the file that was opened (replaced, rewritten by something other than
 // SQLite, removed), the connection is dropped and a new one opened.
 //
-// Every change is one IMMEDIATE transaction in write-ahead-log mode, so
-// concurrent processes wait for each other (busy timeout) instead of
-// failing. After each commit the log is synchronised, copied back into the
-// database file, which is synchronised too, and emptied: a committed change
-// survives a crash, and at rest the database file alone holds every
-// committed value (it may be copied on its own) with no old log beside it. The
-// empty log files are kept rather than deleted, so that processes that may
-// only read a hive in a directory they cannot write can still open it.
+// Opening and reading never write: a missing file stays missing, an empty
+// one becomes a hive with the first change made to it.
+//
+// Durability: every change is one IMMEDIATE transaction in write-ahead-log
+// mode, committed with the log synchronised (synchronous=FULL), so a change
+// is on disk when the call that made it returns, whatever other processes do
+// meanwhile, at the price of one synchronisation. Concurrent processes wait
+// for each other (busy handler) instead of failing. The log is copied back
+// into the database file by SQLite's automatic checkpoints, which keep it
+// short, and completely (the log then emptied) by every process that has
+// the hive open for writing when it ends: so once no process uses a hive
+// any more, its database file alone holds every value and may be copied on
+// its own. The empty log files are
+// kept rather than deleted, so that processes that may only read a hive in
+// a directory they cannot write can still open it.
 
 #include <sqlite3.h>
 
@@ -57,6 +66,9 @@ constexpr sqlite3_int64 kRootId = 1;
 // Long enough for any other writer to finish; a writer holds the lock for
 // one value or one key.
 constexpr auto kBusyTimeout = std::chrono::seconds(30);
+// How long the checkpoint of a process that ends waits for other processes
+// to let go of the log; they hold it for one statement at a time.
+constexpr auto kExitCheckpointTimeout = std::chrono::seconds(5);
 
 constexpr unsigned long kErrorDiskFull = 112;
 constexpr unsigned long kErrorBusy = 170;
@@ -146,6 +158,10 @@ unsigned long statusOf(int rc) {
     }
 }
 
+bool isDamage(int rc) {
+    return (rc & 0xFF) == SQLITE_CORRUPT || (rc & 0xFF) == SQLITE_NOTADB;
+}
+
 // ----- where the hive files are -------------------------------------------------
 
 const char* hiveFileName(Hive hive) {
@@ -184,15 +200,34 @@ std::string hiveDirectory(Hive hive) {
     return "/etc/kel/registry";
 }
 
-// Creates `dir` and its missing parents.
+std::string parentDirectory(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Makes the creation of an entry of `dir` durable.
+void syncDirectory(const std::string& dir) {
+    const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+// Creates `dir` and its missing parents, each one durably.
 bool makeDirectories(const std::string& dir, mode_t mode) {
     struct stat st;
     if (dir.empty() || ::stat(dir.c_str(), &st) == 0)
         return !dir.empty() && S_ISDIR(st.st_mode);
-    const size_t slash = dir.find_last_of('/');
-    if (slash != std::string::npos && slash > 0 && !makeDirectories(dir.substr(0, slash), mode))
+    const std::string parent = parentDirectory(dir);
+    if (parent != dir && !makeDirectories(parent, mode))
         return false;
-    return ::mkdir(dir.c_str(), mode) == 0 || errno == EEXIST;
+    if (::mkdir(dir.c_str(), mode) != 0)
+        return errno == EEXIST;
+    syncDirectory(parent);
+    return true;
 }
 
 // A hive file may be changed when it and its directory are writable for
@@ -240,8 +275,6 @@ std::string uriEscape(const std::string& path) {
 }
 
 // ----- one hive file --------------------------------------------------------------
-
-class HiveFile;
 
 // A cached statement in use: reset and unbound when the scope ends.
 class Query {
@@ -305,11 +338,8 @@ public:
     HiveFile& operator=(const HiveFile&) = delete;
 
     ~HiveFile() {
-        if (m_abandoned)
-            return;
-        for (sqlite3_stmt* statement : m_statements)
-            sqlite3_finalize(statement);
-        sqlite3_close_v2(m_db);
+        if (!m_abandoned)
+            closeConnection();
     }
 
     const std::string& path() const { return m_path; }
@@ -323,30 +353,29 @@ public:
     // Serialises every use of the connection and its statements.
     std::mutex mutex;
 
+    // Connects and checks the file; writes nothing.
     unsigned long open(bool writable) {
         m_writable = writable;
         const int flags =
             writable ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY;
         unsigned long status = connect(m_path, flags | SQLITE_OPEN_NOMUTEX);
         if (status == kErrorSuccess)
-            status = inspect();
+            status = inspect(true);
         if (status == kErrorAccessDenied && !writable) {
             // A read-only hive in a directory where the log files cannot be
             // created: read the file as it stands.
             status = connect(uriEscape(m_path) + "?immutable=1",
                              flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI);
             if (status == kErrorSuccess)
-                status = inspect();
+                status = inspect(true);
         }
         if (status != kErrorSuccess)
-            return status;
-        if (m_fresh)
-            return writable ? initialise() : kErrorSuccess;
-        return writable ? configureForWriting() : kErrorSuccess;
+            closeConnection();
+        return status;
     }
 
     unsigned long findKey(const std::string& path, sqlite3_int64& id) {
-        if (m_fresh) {
+        if (isFresh()) {
             id = kRootId;
             return path.empty() ? kErrorSuccess : kErrorFileNotFound;
         }
@@ -356,7 +385,7 @@ public:
         query.bind(1, path);
         const int rc = query.step();
         if (rc != SQLITE_ROW)
-            return rc == SQLITE_DONE ? kErrorFileNotFound : statusOf(rc);
+            return rc == SQLITE_DONE ? kErrorFileNotFound : failure(rc);
         id = sqlite3_column_int64(query.get(), 0);
         return kErrorSuccess;
     }
@@ -364,7 +393,7 @@ public:
     unsigned long readValue(const std::string& path, const std::string& name, unsigned long* type,
                             void* data, unsigned long* size, bool& keyFound) {
         keyFound = false;
-        if (m_fresh) {
+        if (isFresh()) {
             keyFound = path.empty();
             return kErrorFileNotFound;
         }
@@ -375,7 +404,7 @@ public:
         query.bind(2, name);
         const int rc = query.step();
         if (rc != SQLITE_ROW)
-            return rc == SQLITE_DONE ? kErrorFileNotFound : statusOf(rc);
+            return rc == SQLITE_DONE ? kErrorFileNotFound : failure(rc);
         keyFound = true;
         if (sqlite3_column_type(query.get(), 1) == SQLITE_NULL)
             return kErrorFileNotFound;
@@ -384,7 +413,7 @@ public:
 
     unsigned long queryValue(sqlite3_int64 key, const std::string& name, unsigned long* type,
                              void* data, unsigned long* size) {
-        if (m_fresh)
+        if (isFresh())
             return kErrorFileNotFound;
         Query query(statement(kQueryValue));
         if (!query.valid())
@@ -395,7 +424,7 @@ public:
         if (rc == SQLITE_ROW)
             return copyValue(query.get(), 0, 1, type, data, size);
         if (rc != SQLITE_DONE)
-            return statusOf(rc);
+            return failure(rc);
         return keyExists(key) ? kErrorFileNotFound : kErrorKeyDeleted;
     }
 
@@ -430,7 +459,7 @@ public:
         if (status != kErrorSuccess)
             return status;
         if (!keyExists(key))
-            return kErrorKeyDeleted;
+            return m_damaged ? kErrorBadDb : kErrorKeyDeleted;
         Query query(statement(kSetValue));
         if (!query.valid())
             return kErrorBadDb;
@@ -441,7 +470,7 @@ public:
         query.bindBlob(5, data, size);
         const int rc = query.step();
         if (rc != SQLITE_DONE)
-            return statusOf(rc);
+            return failure(rc);
         return transaction.commit();
     }
 
@@ -457,7 +486,7 @@ public:
         query.bind(2, name);
         const int rc = query.step();
         if (rc != SQLITE_DONE)
-            return statusOf(rc);
+            return failure(rc);
         if (sqlite3_changes(m_db) == 0)
             return keyExists(key) ? kErrorFileNotFound : kErrorKeyDeleted;
         return transaction.commit();
@@ -478,7 +507,7 @@ public:
 
     unsigned long subKeys(sqlite3_int64 key, std::vector<std::wstring>& names) {
         names.clear();
-        if (m_fresh)
+        if (isFresh())
             return kErrorSuccess;
         Query query(statement(kSubKeys));
         if (!query.valid())
@@ -487,12 +516,12 @@ public:
         int rc;
         while ((rc = query.step()) == SQLITE_ROW)
             names.push_back(columnText(query.get(), 0));
-        return statusOf(rc);
+        return rc == SQLITE_DONE ? kErrorSuccess : failure(rc);
     }
 
     unsigned long values(sqlite3_int64 key, std::vector<HiveValue>& values) {
         values.clear();
-        if (m_fresh)
+        if (isFresh())
             return kErrorSuccess;
         Query query(statement(kValues));
         if (!query.valid())
@@ -508,44 +537,78 @@ public:
             value.data.assign(blob, blob + sqlite3_column_bytes(query.get(), 2));
             values.push_back(std::move(value));
         }
-        return statusOf(rc);
+        return rc == SQLITE_DONE ? kErrorSuccess : failure(rc);
+    }
+
+    // Copies the whole log into the database file, synchronises it and
+    // empties the log, waiting a little for other processes to let go of
+    // the log. For a process that ends: what it wrote then no longer
+    // depends on the log.
+    void checkpoint() {
+        if (m_db == nullptr || !m_writable || m_fresh || m_damaged)
+            return;
+        m_busyLimit = kExitCheckpointTimeout;
+        if (sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) !=
+            SQLITE_OK)
+            sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+        m_busyLimit = kBusyTimeout;
     }
 
 private:
-    // One write transaction; rolled back unless committed.
+    // One write transaction; rolled back unless committed. The first one
+    // of a file without a hive in it creates the hive in the same
+    // transaction.
     class Transaction {
     public:
         explicit Transaction(HiveFile& file) : m_file(file) {}
         Transaction(const Transaction&) = delete;
         Transaction& operator=(const Transaction&) = delete;
         ~Transaction() {
-            if (m_open)
-                m_file.run(kRollback);
+            if (!m_open)
+                return;
+            m_file.run(kRollback);
+            if (m_initialised)
+                m_file.m_fresh = true;
         }
         unsigned long begin() {
-            const unsigned long status = m_file.run(kBegin);
+            if (m_file.m_damaged)
+                return kErrorBadDb;
+            if (!m_file.m_writable)
+                return kErrorAccessDenied;
+            unsigned long status = m_file.useWriteAheadLog();
+            if (status == kErrorSuccess)
+                status = m_file.run(kBegin);
             m_open = status == kErrorSuccess;
-            m_changesBefore = sqlite3_total_changes64(m_file.m_db);
+            if (m_open && m_file.m_fresh)
+                status = m_file.initialise(m_initialised);
             return status;
         }
         unsigned long commit() {
             const unsigned long status = m_file.run(kCommit);
             m_open = status != kErrorSuccess && !sqlite3_get_autocommit(m_file.m_db);
-            if (status == kErrorSuccess && sqlite3_total_changes64(m_file.m_db) != m_changesBefore)
-                m_file.emptyLog();
+            if (status == kErrorSuccess)
+                m_initialised = false;
             return status;
         }
 
     private:
         HiveFile& m_file;
         bool m_open = false;
-        sqlite3_int64 m_changesBefore = 0;
+        bool m_initialised = false;
     };
 
     static std::wstring columnText(sqlite3_stmt* row, int column) {
         const char* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
         return utf8ToWide(std::string_view(text != nullptr ? text : "",
                                            static_cast<size_t>(sqlite3_column_bytes(row, column))));
+    }
+
+    // The result of a failed statement; damage found on the way makes the
+    // file unusable for this connection.
+    unsigned long failure(int rc) {
+        if (isDamage(rc))
+            m_damaged = true;
+        return statusOf(rc);
     }
 
     unsigned long connect(const std::string& name, int flags) {
@@ -557,36 +620,35 @@ private:
         }
         sqlite3_extended_result_codes(m_db, 1);
         sqlite3_busy_handler(m_db, waitWhileBusy, this);
+        // Closing never copies the log into the file: a file that was
+        // refused must stay as it is, and the log of a file that was
+        // replaced belongs to the new one. Processes that end copy it
+        // themselves (checkpoint).
+        sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        if ((flags & SQLITE_OPEN_READWRITE) != 0) {
+            // A commit synchronises the log: the one synchronisation that
+            // makes it durable.
+            sqlite3_exec(m_db, "PRAGMA synchronous=FULL", nullptr, nullptr, nullptr);
+            int persist = 1;
+            sqlite3_file_control(m_db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
+        }
         return kErrorSuccess;
     }
 
     // Waits for another connection to let go of the file: briefly at first,
     // as a write holds it for about one disk synchronisation, then longer,
-    // for at most kBusyTimeout. Returns 0 to give up.
+    // for at most m_busyLimit. Returns 0 to give up.
     static int waitWhileBusy(void* context, int attempt) {
         auto* file = static_cast<HiveFile*>(context);
         const auto now = std::chrono::steady_clock::now();
         if (attempt == 0)
             file->m_busySince = now;
-        if (file->m_noWaiting || now - file->m_busySince > kBusyTimeout)
+        if (now - file->m_busySince > file->m_busyLimit)
             return 0;
         std::this_thread::sleep_for(std::chrono::microseconds(attempt < 20    ? 100
                                                               : attempt < 200 ? 500
                                                                               : 2000));
         return 1;
-    }
-
-    // Makes the commit just made durable: the log is synchronised, copied
-    // into the database file, which is synchronised, and emptied. When
-    // another connection is using the log right now, as much as can be is
-    // copied without waiting (the log is synchronised all the same) and a
-    // later commit empties it.
-    void emptyLog() {
-        m_noWaiting = true;
-        if (sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) !=
-            SQLITE_OK)
-            sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-        m_noWaiting = false;
     }
 
     void closeConnection() {
@@ -613,72 +675,102 @@ private:
         return rc;
     }
 
-    // Tells a hive of ours from a fresh file and from anything else. Reads
-    // only: a foreign or damaged file is never written to.
-    unsigned long inspect() {
+    // SQLite's quick check of every page: "ok" as the only row.
+    int checkPages() {
+        sqlite3_stmt* statement = nullptr;
+        int rc = sqlite3_prepare_v2(m_db, "PRAGMA quick_check(1)", -1, &statement, nullptr);
+        if (rc == SQLITE_OK) {
+            rc = sqlite3_step(statement);
+            if (rc == SQLITE_ROW) {
+                const char* verdict =
+                    reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+                rc = verdict != nullptr && std::strcmp(verdict, "ok") == 0 ? SQLITE_OK
+                                                                           : SQLITE_CORRUPT;
+            }
+        }
+        sqlite3_finalize(statement);
+        return rc;
+    }
+
+    // Tells a hive of ours from a file without a hive in it yet (m_fresh)
+    // and from anything else. With `checkAllPages`, a hive is also checked
+    // page by page. Reads only: a foreign or damaged file is never written
+    // to.
+    unsigned long inspect(bool checkAllPages) {
         long long applicationId = 0;
         long long version = 0;
         long long objects = 0;
+        long long walMode = 0;
         int rc = readInteger("PRAGMA application_id", applicationId);
         if (rc == SQLITE_OK)
             rc = readInteger("PRAGMA user_version", version);
         if (rc == SQLITE_OK)
             rc = readInteger("SELECT count(*) FROM sqlite_master", objects);
-        if (rc != SQLITE_OK) {
-            const int primary = rc & 0xFF;
-            return primary == SQLITE_CANTOPEN || primary == SQLITE_READONLY ? kErrorAccessDenied
-                                                                            : kErrorBadDb;
-        }
-        m_fresh = applicationId == 0 && version == 0 && objects == 0;
-        if (m_fresh)
+        m_fresh = rc == SQLITE_OK && applicationId == 0 && version == 0 && objects == 0;
+        if (rc == SQLITE_OK && !m_fresh &&
+            (applicationId != kApplicationId || version != kSchemaVersion))
+            return kErrorBadDb;
+        if (rc == SQLITE_OK && !m_fresh && checkAllPages)
+            rc = checkPages();
+        if (rc == SQLITE_OK && readInteger("SELECT journal_mode = 'wal' FROM pragma_journal_mode",
+                                           walMode) == SQLITE_OK)
+            m_walMode = walMode != 0;
+        if (rc == SQLITE_OK)
             return kErrorSuccess;
-        return applicationId == kApplicationId && version == kSchemaVersion ? kErrorSuccess
-                                                                            : kErrorBadDb;
+        const int primary = rc & 0xFF;
+        if (primary == SQLITE_CANTOPEN || primary == SQLITE_READONLY)
+            return kErrorAccessDenied;
+        return primary == SQLITE_BUSY ? kErrorBusy : kErrorBadDb;
+    }
+
+    // Whether the file still has no hive in it. Another process may have
+    // created one since this connection looked.
+    bool isFresh() {
+        if (m_fresh && m_db != nullptr)
+            inspect(false);
+        return m_fresh;
     }
 
     unsigned long exec(const std::string& sql) {
-        return statusOf(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr));
+        const int rc = sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
+        return rc == SQLITE_OK ? kErrorSuccess : failure(rc);
     }
 
-    // Turns a fresh file into an empty hive. Another process may be doing
-    // the same; the transaction lets one of them do it.
-    unsigned long initialise() {
-        exec("PRAGMA journal_mode=WAL");
-        unsigned long status = exec("BEGIN IMMEDIATE");
-        if (status != kErrorSuccess)
-            return status;
-        status = inspect();
+    // Hives are written in write-ahead-log mode; a hive copied in another
+    // mode is switched before its first change.
+    unsigned long useWriteAheadLog() {
+        if (m_walMode)
+            return kErrorSuccess;
+        const unsigned long status = exec("PRAGMA journal_mode=WAL");
+        long long walMode = 0;
+        if (status == kErrorSuccess &&
+            readInteger("SELECT journal_mode = 'wal' FROM pragma_journal_mode", walMode) ==
+                SQLITE_OK)
+            m_walMode = walMode != 0;
+        return status;
+    }
+
+    // Within the first write transaction of a file without a hive in it:
+    // creates the empty hive, unless another process has done so meanwhile.
+    // `created` tells whether this transaction did.
+    unsigned long initialise(bool& created) {
+        created = false;
+        unsigned long status = inspect(false);
         if (status == kErrorSuccess && m_fresh) {
             status = exec(std::string(kSchemaSql) +
                           "PRAGMA application_id=" + std::to_string(kApplicationId) +
                           ";PRAGMA user_version=" + std::to_string(kSchemaVersion) + ";");
+            created = status == kErrorSuccess;
+            m_fresh = !created;
         }
-        status = status == kErrorSuccess ? exec("COMMIT") : status;
-        if (status != kErrorSuccess) {
-            exec("ROLLBACK");
-            return status;
-        }
-        m_fresh = false;
-        const unsigned long configured = configureForWriting();
-        emptyLog();
-        return configured;
+        return status;
     }
 
-    unsigned long configureForWriting() {
-        long long walMode = 0;
-        if (readInteger("SELECT journal_mode = 'wal' FROM pragma_journal_mode", walMode) ==
-                SQLITE_OK &&
-            walMode == 0)
-            exec("PRAGMA journal_mode=WAL");
-        // The log is synchronised by the copy that follows every commit
-        // (emptyLog), not a second time when committing.
-        exec("PRAGMA synchronous=NORMAL");
-        int persist = 1;
-        sqlite3_file_control(m_db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
-        return kErrorSuccess;
-    }
-
+    // A prepared statement; none once the file was found damaged, except
+    // the one that ends a transaction.
     sqlite3_stmt* statement(StatementId id) {
+        if (m_damaged && id != kRollback)
+            return nullptr;
         if (m_statements[id] == nullptr)
             sqlite3_prepare_v3(m_db, kStatementSql[id], -1, SQLITE_PREPARE_PERSISTENT,
                                &m_statements[id], nullptr);
@@ -690,7 +782,7 @@ private:
         if (!query.valid())
             return kErrorBadDb;
         const int rc = query.step();
-        return rc == SQLITE_DONE || rc == SQLITE_ROW ? kErrorSuccess : statusOf(rc);
+        return rc == SQLITE_DONE || rc == SQLITE_ROW ? kErrorSuccess : failure(rc);
     }
 
     bool keyExists(sqlite3_int64 key) {
@@ -698,7 +790,10 @@ private:
         if (!query.valid())
             return false;
         query.bind(1, key);
-        return query.step() == SQLITE_ROW;
+        const int rc = query.step();
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE)
+            failure(rc);
+        return rc == SQLITE_ROW;
     }
 
     unsigned long insertKey(sqlite3_int64 parent, const std::string& name, const std::string& path,
@@ -711,7 +806,7 @@ private:
         query.bind(3, path);
         const int rc = query.step();
         if (rc != SQLITE_DONE)
-            return statusOf(rc);
+            return failure(rc);
         id = sqlite3_last_insert_rowid(m_db);
         return kErrorSuccess;
     }
@@ -726,23 +821,33 @@ private:
         query.bind(2, path + "\\");
         query.bind(3, path + "]");
         const int rc = query.step();
-        return rc == SQLITE_DONE ? kErrorSuccess : statusOf(rc);
+        return rc == SQLITE_DONE ? kErrorSuccess : failure(rc);
     }
 
     std::string m_path;
     sqlite3* m_db = nullptr;
     sqlite3_stmt* m_statements[kStatementCount] = {};
     bool m_writable = false;
-    // A file without a hive in it yet that may not be written: no keys.
+    // A file without a hive in it yet: no keys but the root.
     bool m_fresh = false;
+    bool m_walMode = false;
+    // Damage found while using the file: nothing more is read or written.
+    bool m_damaged = false;
     std::atomic<bool> m_abandoned{false};
     std::chrono::steady_clock::time_point m_busySince;
-    bool m_noWaiting = false;
+    std::chrono::steady_clock::duration m_busyLimit = kBusyTimeout;
 };
 
 // ----- the open hive files of the process ----------------------------------------
 
 std::atomic<unsigned> g_forkGeneration{0};
+
+// What a caller wants of a hive file.
+enum class Use {
+    Read,   // a missing file gives kErrorFileNotFound
+    Write,  // the same, and a read-only file gives kErrorAccessDenied
+    Create  // for writing; a missing file (and its directory) is created
+};
 
 class HiveFiles {
 public:
@@ -752,11 +857,8 @@ public:
         return *files;
     }
 
-    // The connection to `hive`'s current file. For writing, the file and its
-    // directory are created when missing, and a read-only file gives
-    // kErrorAccessDenied. For reading, a missing file gives
-    // kErrorFileNotFound.
-    unsigned long acquire(Hive hive, bool forWriting, std::shared_ptr<HiveFile>& file) {
+    // The connection to `hive`'s current file.
+    unsigned long acquire(Hive hive, Use use, std::shared_ptr<HiveFile>& file) {
         const std::string dir = hiveDirectory(hive);
         const std::string path = dir + "/" + hiveFileName(hive);
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -767,19 +869,19 @@ public:
             entry = m_entries.end();
         }
         // A read through an open connection: nothing more to look at.
-        if (entry != m_entries.end() && !forWriting) {
+        if (entry != m_entries.end() && use == Use::Read) {
             file = entry->second.file;
             return kErrorSuccess;
         }
         struct stat st;
         const bool exists = ::stat(path.c_str(), &st) == 0;
-        if (!exists && !forWriting)
+        if (!exists && use != Use::Create)
             return kErrorFileNotFound;
-        if (forWriting && !exists && !makeDirectories(dir, hive == Hive::User ? 0700 : 0755))
+        if (!exists && !makeDirectories(dir, hive == Hive::User ? 0700 : 0755))
             return kErrorAccessDenied;
         // Looked at for every write: the permissions may have changed.
         const bool writable = isWritable(path, dir, exists ? &st : nullptr);
-        if (forWriting && !writable)
+        if (use != Use::Read && !writable)
             return kErrorAccessDenied;
         if (entry != m_entries.end() && entry->second.file->writable()) {
             file = entry->second.file;
@@ -787,7 +889,10 @@ public:
         }
         if (entry != m_entries.end())
             m_entries.erase(entry);
-        return openFile(path, writable, file);
+        const unsigned long status = openFile(path, writable, file);
+        if (!exists)
+            syncDirectory(dir);
+        return status;
     }
 
     // Records the state of a file that this process has just changed.
@@ -802,8 +907,9 @@ private:
     // An open descriptor of a hive file, to tell cheaply whether the file is
     // still the one the connection was opened on: a file that has been
     // removed or replaced (renamed over) has no links left, and one that
-    // has been rewritten by something other than this process has another
-    // size or time of change. A file moved away under another name is not
+    // has been rewritten has another size or time of change. A checkpoint
+    // of another process counts as such a change too: the connection is
+    // then opened again. A file moved away under another name is not
     // noticed.
     class FileWatch {
     public:
@@ -848,6 +954,7 @@ private:
                            ++g_forkGeneration;
                            instance().m_mutex.unlock();
                        });
+        std::atexit([] { instance().checkpointAll(); });
     }
 
     unsigned long openFile(const std::string& path, bool writable,
@@ -864,6 +971,19 @@ private:
         }
         file = opened;
         return kErrorSuccess;
+    }
+
+    // When the process ends: every hive it has open, unless it is no longer
+    // the file that was opened, gets its log copied into the database file.
+    void checkpointAll() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        forgetAfterFork();
+        for (auto& [path, entry] : m_entries) {
+            if (!entry.watch.unchanged())
+                continue;
+            std::lock_guard<std::mutex> fileLock(entry.file->mutex);
+            entry.file->checkpoint();
+        }
     }
 
     // Closes the connections to files that are gone, such as those of an
@@ -919,12 +1039,14 @@ bool needsWriting(unsigned long access) {
 
 }  // namespace
 
-// An open key: the connection to its hive file (none for the root of a hive
-// without a file) and the key's id.
+// An open key: the connection to its hive file and the key's id. The root
+// of a hive that has no file yet has no connection: its reads look for the
+// file again, and its first change creates it.
 struct HiveKey {
     std::shared_ptr<HiveFile> file;
     sqlite3_int64 id = kRootId;
     unsigned long access = 0;
+    Hive hive = Hive::User;
 };
 
 namespace {
@@ -936,9 +1058,19 @@ bool unusable(const HiveKey* key) {
 }
 
 unsigned long newKey(std::shared_ptr<HiveFile> file, sqlite3_int64 id, unsigned long access,
-                     HiveKey*& key) {
-    key = new (std::nothrow) HiveKey{std::move(file), id, access};
+                     Hive hive, HiveKey*& key) {
+    key = new (std::nothrow) HiveKey{std::move(file), id, access, hive};
     return key != nullptr ? kErrorSuccess : kErrorNotEnoughMemory;
+}
+
+// The connection a key works through: its own, or for the root of a hive
+// that had no file, the file as it is now (created for Use::Create).
+unsigned long fileOf(const HiveKey* key, Use use, std::shared_ptr<HiveFile>& file) {
+    if (key->file != nullptr) {
+        file = key->file;
+        return kErrorSuccess;
+    }
+    return HiveFiles::instance().acquire(key->hive, use, file);
 }
 
 }  // namespace
@@ -950,9 +1082,10 @@ unsigned long openKey(Hive hive, std::wstring_view path, unsigned long access, H
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
-    status = HiveFiles::instance().acquire(hive, needsWriting(access), file);
+    status =
+        HiveFiles::instance().acquire(hive, needsWriting(access) ? Use::Write : Use::Read, file);
     if (status == kErrorFileNotFound && folded.empty())
-        return newKey(nullptr, kRootId, access, key);
+        return newKey(nullptr, kRootId, access, hive, key);
     if (status != kErrorSuccess)
         return status;
     sqlite3_int64 id = 0;
@@ -960,7 +1093,7 @@ unsigned long openKey(Hive hive, std::wstring_view path, unsigned long access, H
         std::lock_guard<std::mutex> lock(file->mutex);
         status = file->findKey(folded, id);
     }
-    return status == kErrorSuccess ? newKey(std::move(file), id, access, key) : status;
+    return status == kErrorSuccess ? newKey(std::move(file), id, access, hive, key) : status;
 }
 
 unsigned long createKey(Hive hive, std::wstring_view path, unsigned long access, HiveKey*& key,
@@ -980,7 +1113,7 @@ unsigned long createKey(Hive hive, std::wstring_view path, unsigned long access,
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
-    status = HiveFiles::instance().acquire(hive, true, file);
+    status = HiveFiles::instance().acquire(hive, Use::Create, file);
     if (status != kErrorSuccess)
         return status;
     sqlite3_int64 id = 0;
@@ -995,7 +1128,7 @@ unsigned long createKey(Hive hive, std::wstring_view path, unsigned long access,
         HiveFiles::instance().noteChanged(*file);
     if (created != nullptr)
         *created = isNew;
-    return newKey(std::move(file), id, access, key);
+    return newKey(std::move(file), id, access, hive, key);
 }
 
 unsigned long queryValue(HiveKey* key, std::wstring_view name, unsigned long* type, void* data,
@@ -1004,10 +1137,12 @@ unsigned long queryValue(HiveKey* key, std::wstring_view name, unsigned long* ty
         return kErrorInvalidHandle;
     if ((key->access & kKeyQueryValue) == 0)
         return kErrorAccessDenied;
-    if (key->file == nullptr)
-        return kErrorFileNotFound;
-    std::lock_guard<std::mutex> lock(key->file->mutex);
-    return key->file->queryValue(key->id, wideToUtf8(foldName(name)), type, data, size);
+    std::shared_ptr<HiveFile> file;
+    const unsigned long status = fileOf(key, Use::Read, file);
+    if (status != kErrorSuccess)
+        return status;
+    std::lock_guard<std::mutex> lock(file->mutex);
+    return file->queryValue(key->id, wideToUtf8(foldName(name)), type, data, size);
 }
 
 unsigned long readValue(Hive hive, std::wstring_view path, unsigned long access,
@@ -1019,7 +1154,8 @@ unsigned long readValue(Hive hive, std::wstring_view path, unsigned long access,
     if (status != kErrorSuccess)
         return status;
     std::shared_ptr<HiveFile> file;
-    status = HiveFiles::instance().acquire(hive, needsWriting(access), file);
+    status =
+        HiveFiles::instance().acquire(hive, needsWriting(access) ? Use::Write : Use::Read, file);
     if (status == kErrorFileNotFound && folded.empty()) {
         keyOpened = true;
         return (access & kKeyQueryValue) == 0 ? kErrorAccessDenied : kErrorFileNotFound;
@@ -1038,19 +1174,22 @@ unsigned long readValue(Hive hive, std::wstring_view path, unsigned long access,
 
 unsigned long setValue(HiveKey* key, std::wstring_view name, unsigned long type, const void* data,
                        unsigned long size) {
-    if (unusable(key) || key->file == nullptr)
+    if (unusable(key))
         return kErrorInvalidHandle;
     if ((key->access & kKeySetValue) == 0)
         return kErrorAccessDenied;
     if (name.size() > kMaxValueNameLength || (data == nullptr && size > 0))
         return kErrorInvalidParameter;
-    unsigned long status;
+    std::shared_ptr<HiveFile> file;
+    unsigned long status = fileOf(key, Use::Create, file);
+    if (status != kErrorSuccess)
+        return status;
     {
-        std::lock_guard<std::mutex> lock(key->file->mutex);
-        status = key->file->setValue(key->id, name, type, data, size);
+        std::lock_guard<std::mutex> lock(file->mutex);
+        status = file->setValue(key->id, name, type, data, size);
     }
     if (status == kErrorSuccess)
-        HiveFiles::instance().noteChanged(*key->file);
+        HiveFiles::instance().noteChanged(*file);
     return status;
 }
 
@@ -1059,15 +1198,16 @@ unsigned long deleteValue(HiveKey* key, std::wstring_view name) {
         return kErrorInvalidHandle;
     if ((key->access & kKeySetValue) == 0)
         return kErrorAccessDenied;
-    if (key->file == nullptr)
-        return kErrorFileNotFound;
-    unsigned long status;
+    std::shared_ptr<HiveFile> file;
+    unsigned long status = fileOf(key, Use::Write, file);
+    if (status != kErrorSuccess)
+        return status;
     {
-        std::lock_guard<std::mutex> lock(key->file->mutex);
-        status = key->file->deleteValue(key->id, wideToUtf8(foldName(name)));
+        std::lock_guard<std::mutex> lock(file->mutex);
+        status = file->deleteValue(key->id, wideToUtf8(foldName(name)));
     }
     if (status == kErrorSuccess)
-        HiveFiles::instance().noteChanged(*key->file);
+        HiveFiles::instance().noteChanged(*file);
     return status;
 }
 
@@ -1083,7 +1223,7 @@ unsigned long deleteTree(Hive hive, std::wstring_view path, unsigned long view) 
     if (folded.empty())
         return kErrorAccessDenied;
     std::shared_ptr<HiveFile> file;
-    status = HiveFiles::instance().acquire(hive, true, file);
+    status = HiveFiles::instance().acquire(hive, Use::Write, file);
     if (status != kErrorSuccess)
         return status;
     {
@@ -1101,10 +1241,12 @@ unsigned long enumSubKeys(HiveKey* key, std::vector<std::wstring>& names) {
         return kErrorInvalidHandle;
     if ((key->access & kKeyEnumerateSubKeys) == 0)
         return kErrorAccessDenied;
-    if (key->file == nullptr)
-        return kErrorSuccess;
-    std::lock_guard<std::mutex> lock(key->file->mutex);
-    return key->file->subKeys(key->id, names);
+    std::shared_ptr<HiveFile> file;
+    const unsigned long status = fileOf(key, Use::Read, file);
+    if (status != kErrorSuccess)
+        return status == kErrorFileNotFound ? kErrorSuccess : status;
+    std::lock_guard<std::mutex> lock(file->mutex);
+    return file->subKeys(key->id, names);
 }
 
 unsigned long enumValues(HiveKey* key, std::vector<HiveValue>& values) {
@@ -1113,10 +1255,12 @@ unsigned long enumValues(HiveKey* key, std::vector<HiveValue>& values) {
         return kErrorInvalidHandle;
     if ((key->access & kKeyQueryValue) == 0)
         return kErrorAccessDenied;
-    if (key->file == nullptr)
-        return kErrorSuccess;
-    std::lock_guard<std::mutex> lock(key->file->mutex);
-    return key->file->values(key->id, values);
+    std::shared_ptr<HiveFile> file;
+    const unsigned long status = fileOf(key, Use::Read, file);
+    if (status != kErrorSuccess)
+        return status == kErrorFileNotFound ? kErrorSuccess : status;
+    std::lock_guard<std::mutex> lock(file->mutex);
+    return file->values(key->id, values);
 }
 
 void closeKey(HiveKey* key) {

@@ -1,10 +1,12 @@
 // Key and value names as the configuration store compares them.
 //
-// Names compare without case, in a way that does not depend on the process's
-// locale, so that every process sharing a hive file agrees: each character
-// is mapped to its upper-case form for Latin (including Latin-1 and Latin
-// Extended-A), Greek, Cyrillic, Armenian and the full-width Latin letters;
-// every other character compares as it is.
+// Names compare without case over all of Unicode's simple case folding
+// (platform/case_fold.h), the same in every process whatever its locale, so
+// that every process sharing a hive file agrees. A folded name holds each
+// character's case key: the capital letter for the scripts that have one
+// ("Software" folds to "SOFTWARE", "\u0219" to "\u0218"), so that names
+// written by earlier versions of the store, which folded Latin, Greek,
+// Cyrillic and Armenian letters to their capitals, keep their folded form.
 //
 //   foldName(L"Software\\Norvane") == L"SOFTWARE\\NORVANE"
 
@@ -17,10 +19,10 @@
 
 namespace kel::detail {
 
-// The upper-case form of one character (itself when it has none).
+// The case key of one character; a surrogate code unit stays as it is.
 wchar_t foldCharacter(wchar_t c);
 
-// Every character folded.
+// Every character folded (a surrogate pair as the character it encodes).
 std::wstring foldName(std::wstring_view name);
 
 // Splits a key path at "\" into its key names. A doubled or trailing

@@ -1,22 +1,38 @@
 #include "environment/reg_file.h"
 
+#include <algorithm>
 #include <cstring>
 #include <cwctype>
 
 #include "environment/hive_store.h"
+#include "platform/code_page.h"
 #include "platform/utf.h"
 
 namespace kel::detail {
 
 const wchar_t kRegFileHeader[] = L"Windows Registry Editor Version 5.00";
+const wchar_t kRegFileHeader4[] = L"REGEDIT4";
 
 namespace {
 
-// Hex data lines are wrapped before this column, as the editor does.
-constexpr size_t kWrapColumn = 76;
+// Hex data is wrapped, as the editor wraps it, after the first byte that
+// brings the line (counted in UTF-16 units, with its comma) to this length.
+constexpr size_t kWrapColumn = 77;
 
 // ----- decoding -------------------------------------------------------------------
 
+// True when the first line with text of the narrow file `bytes` is
+// "REGEDIT4".
+bool startsWithRegedit4(std::string_view bytes) {
+    const size_t first = bytes.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos || bytes.compare(first, 8, "REGEDIT4") != 0)
+        return false;
+    const size_t end = bytes.find_first_not_of(" \t", first + 8);
+    return end == std::string_view::npos || bytes[end] == '\r' || bytes[end] == '\n';
+}
+
+// UTF-16LE with a byte-order mark, UTF-8 with one, a "REGEDIT4" file in the
+// narrow code page, anything else as UTF-8.
 std::wstring decodeFile(std::string_view bytes) {
     if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
         static_cast<unsigned char>(bytes[1]) == 0xFE) {
@@ -29,8 +45,14 @@ std::wstring decodeFile(std::string_view bytes) {
         return utf16ToWide(units.data(), units.size());
     }
     if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF")
-        bytes.remove_prefix(3);
+        return utf8ToWide(bytes.substr(3));
+    if (startsWithRegedit4(bytes))
+        return toWide(bytes, kCodePageAcp);
     return utf8ToWide(bytes);
+}
+
+bool isTextType(unsigned long type) {
+    return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
 }
 
 std::vector<std::wstring> splitLines(const std::wstring& text) {
@@ -92,17 +114,26 @@ public:
         size_t index = 0;
         while (index < lines.size() && trimmed(lines[index]).empty())
             ++index;
-        if (index == lines.size() || trimmed(lines[index]) != kRegFileHeader)
+        const std::wstring header = index < lines.size() ? trimmed(lines[index]) : L"";
+        if (header != kRegFileHeader && header != kRegFileHeader4)
             return fail(index + 1, L"not a registry file (the first line must be \"" +
-                                       std::wstring(kRegFileHeader) + L"\")");
+                                       std::wstring(kRegFileHeader) + L"\" or \"" +
+                                       kRegFileHeader4 + L"\")");
+        m_narrow = header == kRegFileHeader4;
         for (++index; index < lines.size(); ++index) {
             m_line = index + 1;
             std::wstring line = trimmed(lines[index]);
-            // Hex data continues on the next line after a final "\".
+            // Hex data continues on the next line after a final "\"; comment
+            // lines in between are skipped.
             while (!line.empty() && line.back() == L'\\' && line[0] != L'[' && line[0] != L';' &&
                    index + 1 < lines.size()) {
                 line.pop_back();
-                line += trimmed(lines[++index]);
+                std::wstring next = trimmed(lines[++index]);
+                while (!next.empty() && next[0] == L';' && index + 1 < lines.size())
+                    next = trimmed(lines[++index]);
+                if (!next.empty() && next[0] == L';')
+                    next.clear();
+                line += next;
             }
             if (!parseLine(line))
                 return false;
@@ -198,17 +229,17 @@ private:
             std::wstring text;
             if (!parseQuoted(line, pos, text))
                 return false;
-            if (!trimmed(std::wstring_view(line).substr(pos)).empty())
+            if (!withoutComment(std::wstring_view(line).substr(pos)).empty())
                 return fail(L"unexpected text after the closing quote");
             value.type = kRegSz;
             value.data = textToValueData(text, true);
             return true;
         }
         if (startsWithNoCase(data, L"dword:"))
-            return parseDword(data.substr(6), value);
+            return parseDword(withoutComment(data.substr(6)), value);
         if (startsWithNoCase(data, L"hex:")) {
             value.type = kRegBinary;
-            return parseBytes(data.substr(4), value.data);
+            return parseBytes(withoutComment(data.substr(4)), value.data);
         }
         if (startsWithNoCase(data, L"hex(")) {
             const size_t close = data.find(L"):");
@@ -223,7 +254,14 @@ private:
             if (type > 0xFFFFFFFFul)
                 return fail(L"bad value type in hex(<type>):");
             value.type = type;
-            return parseBytes(data.substr(close + 2), value.data);
+            if (!parseBytes(withoutComment(data.substr(close + 2)), value.data))
+                return false;
+            // A "REGEDIT4" file holds text data in the narrow code page.
+            if (m_narrow && isTextType(type)) {
+                const std::string narrow(value.data.begin(), value.data.end());
+                value.data = textToValueData(toWide(narrow, kCodePageAcp), false);
+            }
+            return true;
         }
         return fail(L"unknown data (expected \"text\", dword:, hex: or hex(<type>):)");
     }
@@ -266,9 +304,15 @@ private:
         return true;
     }
 
+    // The text before a ";" comment, without blanks around it.
+    static std::wstring withoutComment(std::wstring_view text) {
+        return trimmed(text.substr(0, std::min(text.size(), text.find(L';'))));
+    }
+
     RegFile& m_file;
     std::wstring& m_error;
     size_t m_line = 1;
+    bool m_narrow = false;  // a "REGEDIT4" file
 };
 
 // ----- formatting -------------------------------------------------------------------
@@ -285,22 +329,26 @@ std::wstring quoted(std::wstring_view text) {
 }
 
 // Text data that a "quoted" value gives back: with its terminating zero, or
-// without one as the library writes text, and with no control characters
-// or zeros inside.
+// without one as the library writes text, and with no zero, carriage
+// return or line feed inside, which would end the text or the line. Tabs
+// and other control characters stay in the quotes as they are, as the
+// editor writes them.
 bool writableAsText(const std::vector<unsigned char>& data, std::wstring& text) {
     if (data.size() % 2 != 0)
         return false;
     text = valueDataToText(data.data(), data.size());
-    for (wchar_t c : text) {
-        if (static_cast<unsigned long>(c) < 0x20)
-            return false;
-    }
+    if (text.find_first_of(L"\r\n") != std::wstring::npos)
+        return false;
     return data == textToValueData(text, true) || data == textToValueData(text, false);
+}
+
+size_t utf16Units(std::wstring_view text) {
+    return wideToUtf16(text.data(), text.size()).size();
 }
 
 std::wstring hexData(std::wstring line, const std::vector<unsigned char>& data) {
     static const wchar_t digits[] = L"0123456789abcdef";
-    size_t column = line.size();
+    size_t column = utf16Units(line);
     for (size_t i = 0; i < data.size(); ++i) {
         line += digits[data[i] >> 4];
         line += digits[data[i] & 15];

@@ -10,9 +10,13 @@
 //
 // Text values are written "quoted" with \\ and \" escaped; 32-bit numbers as
 // dword:; everything else as hex: (binary) or hex(<type>): with the data's
-// bytes. Files are read as UTF-16LE with a byte-order mark or as UTF-8 (with
-// or without one), and written as UTF-16LE with a byte-order mark and CRLF
-// line ends, as the Windows editor writes them.
+// bytes, wrapped as the editor wraps them. Files are written as UTF-16LE
+// with a byte-order mark and CRLF line ends, as the Windows editor writes
+// them. They are read as UTF-16LE with a byte-order mark, as UTF-8 (with or
+// without one), or, for the older "REGEDIT4" files, in the narrow code
+// page, whose hex(1), hex(2) and hex(7) text data are narrow text too.
+// Lines starting with ";" are comments, and so is the rest of a data line
+// from a ";" after its data.
 
 #ifndef KEL_ENVIRONMENT_REG_FILE_H
 #define KEL_ENVIRONMENT_REG_FILE_H
@@ -40,12 +44,15 @@ struct RegFile {
     std::vector<RegFileKey> keys;
 };
 
-// The first line of every registry file.
+// The first line of every registry file: the current format, and the older
+// one that is still read.
 extern const wchar_t kRegFileHeader[];
+extern const wchar_t kRegFileHeader4[];
 
 // Reads a whole file's bytes. On failure returns false and describes the
 // first problem (with its line number) in `error`; `file` is then
-// incomplete and must not be applied.
+// incomplete and must not be applied. Text data of a "REGEDIT4" file comes
+// back as UTF-16, as the current format holds it.
 bool parseRegFile(std::string_view bytes, RegFile& file, std::wstring& error);
 
 // The file's text: header, then each key with its values, CRLF line ends.

@@ -1,13 +1,19 @@
 #include <kel/KelUnzipper.h>
 
 #include <minizip/unzip.h>
+#include <zlib.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <string>
 #include <vector>
 
 #include "files/file_system.h"
+#include "files/zip_directory.h"
+#include "files/zip_failure.h"
 #include "files/zip_io.h"
 #include "files/zip_names.h"
 
@@ -118,41 +124,207 @@ bool fromDosDateTime(unsigned long dosDateTime, kel::detail::LocalTime& time) {
     return time.day <= days;
 }
 
-// Copies the current entry into `path`; true when every byte was written
-// and the entry's checksum matched.
-bool extractCurrent(unzFile zip, const std::wstring& path) {
+// The method numbers of the format that the library extracts.
+constexpr unsigned kStored = 0;
+constexpr unsigned kDeflated = 8;
+constexpr unsigned long kEncryptedFlag = 0x1;
+
+std::string methodText(unsigned method) {
+    const char* name = kel::detail::compressionMethodName(method);
+    return std::to_string(method) + (*name != '\0' ? std::string(" (") + name + ")" : "");
+}
+
+// Refuses an entry that cannot be extracted as it is, before anything is
+// written for it.
+bool checkExtractable(const kel::detail::DirectoryEntry& entry) {
+    if ((entry.flags & kEncryptedFlag) != 0)
+        return kel::detail::failWith("the entry is encrypted");
+    if (entry.method != kStored && entry.method != kDeflated)
+        return kel::detail::failWith("unsupported compression method " + methodText(entry.method));
+    if (entry.method == kStored && entry.compressedSize != entry.uncompressedSize)
+        return kel::detail::failWith("a stored entry whose two sizes differ");
+    return true;
+}
+
+// Where the current entry's bytes go on their way to the file: the raw
+// bytes of the archive are inflated here, not inside minizip, so that the
+// end of the stream, the size and the CRC-32 are all seen.
+class EntryWriter {
+public:
+    EntryWriter(const kel::detail::DirectoryEntry& entry, kel::detail::BinaryFile& out)
+        : m_entry(entry), m_out(out) {}
+    ~EntryWriter() {
+        if (m_inflating)
+            inflateEnd(&m_stream);
+    }
+    EntryWriter(const EntryWriter&) = delete;
+    EntryWriter& operator=(const EntryWriter&) = delete;
+
+    bool start() {
+        if (m_entry.method == kStored)
+            return true;
+        m_stream = {};
+        m_inflating = inflateInit2(&m_stream, -MAX_WBITS) == Z_OK;
+        return m_inflating || kel::detail::failWith("not enough memory to inflate");
+    }
+
+    // Takes the next block of the entry's raw bytes.
+    bool take(unsigned char* bytes, unsigned size) {
+        if (m_entry.method == kStored)
+            return put(bytes, size);
+        if (m_ended)
+            return true;  // bytes behind the end of the stream change nothing
+        m_stream.next_in = bytes;
+        m_stream.avail_in = size;
+        while (m_stream.avail_in > 0) {
+            m_stream.next_out = m_block.data();
+            m_stream.avail_out = static_cast<uInt>(m_block.size());
+            const int result = inflate(&m_stream, Z_NO_FLUSH);
+            const unsigned produced = static_cast<unsigned>(m_block.size()) - m_stream.avail_out;
+            if (result == Z_DATA_ERROR || result == Z_MEM_ERROR || result == Z_NEED_DICT)
+                return kel::detail::failWith("damaged compressed data");
+            if (produced > 0 && !put(m_block.data(), produced))
+                return false;
+            if (result == Z_STREAM_END) {
+                m_ended = true;
+                return true;
+            }
+            if (result == Z_BUF_ERROR && produced == 0)
+                break;
+        }
+        return true;
+    }
+
+    // After the last raw byte: everything must have matched.
+    bool finish(uint64_t rawBytes) {
+        if (rawBytes != m_entry.compressedSize)
+            return kel::detail::failWith("the archive ends inside the entry's data");
+        if (m_entry.method == kDeflated && !m_ended) {
+            // Drains what inflate still holds back, then insists on the end.
+            m_stream.next_in = nullptr;
+            m_stream.avail_in = 0;
+            for (;;) {
+                m_stream.next_out = m_block.data();
+                m_stream.avail_out = static_cast<uInt>(m_block.size());
+                const int result = inflate(&m_stream, Z_FINISH);
+                const unsigned produced =
+                    static_cast<unsigned>(m_block.size()) - m_stream.avail_out;
+                if (produced > 0 && !put(m_block.data(), produced))
+                    return false;
+                if (result == Z_STREAM_END) {
+                    m_ended = true;
+                    break;
+                }
+                if (produced == 0)
+                    return kel::detail::failWith("the compressed data ends before the entry does");
+            }
+        }
+        if (m_written != m_entry.uncompressedSize) {
+            return kel::detail::failWith("the data holds " + std::to_string(m_written) +
+                                         " bytes, the entry " +
+                                         std::to_string(m_entry.uncompressedSize));
+        }
+        if (m_crc != m_entry.crc)
+            return kel::detail::failWith("the CRC-32 does not match");
+        return true;
+    }
+
+private:
+    bool put(const unsigned char* bytes, unsigned size) {
+        // Never more than the entry announces: a bomb stops here.
+        if (size > m_entry.uncompressedSize - m_written) {
+            return kel::detail::failWith("the data holds more than the entry's " +
+                                         std::to_string(m_entry.uncompressedSize) + " bytes");
+        }
+        if (!m_out.write(bytes, size))
+            return kel::detail::failWithSystemError("cannot write the file");
+        m_crc = crc32(m_crc, bytes, size);
+        m_written += size;
+        return true;
+    }
+
+    const kel::detail::DirectoryEntry& m_entry;
+    kel::detail::BinaryFile& m_out;
+    z_stream m_stream = {};
+    bool m_inflating = false;
+    bool m_ended = false;
+    uint64_t m_written = 0;
+    uLong m_crc = crc32(0, nullptr, 0);
+    std::vector<unsigned char> m_block = std::vector<unsigned char>(kExtractBlock);
+};
+
+// Copies the entry into `path`, checking every byte on the way; a file
+// that failed is removed. The entry's bytes are read here, from the
+// checked directory's offsets, rather than through minizip: some minizip
+// builds read the ZIP64 sizes of an entry wrongly.
+bool extractEntry(std::FILE* archive, const kel::detail::DirectoryEntry& entry,
+                  const std::wstring& path) {
+    uint64_t dataStart = 0;
+    std::string problem;
+    if (!kel::detail::findEntryData(archive, entry, dataStart, problem))
+        return kel::detail::failWith(problem);
     kel::detail::BinaryFile out;
     if (!out.create(path))
-        return false;
-    if (unzOpenCurrentFile(zip) != UNZ_OK) {
-        out.close();
-        kel::detail::deleteFile(path);
-        return false;
-    }
-    std::vector<char> block(kExtractBlock);
-    bool ok = true;
-    for (;;) {
-        const int n = unzReadCurrentFile(zip, block.data(), kExtractBlock);
+        return kel::detail::failWithSystemError("cannot create the file");
+    EntryWriter writer(entry, out);
+    bool ok = writer.start();
+    std::vector<unsigned char> block(kExtractBlock);
+    uint64_t raw = 0;
+    while (ok && raw < entry.compressedSize) {
+        const size_t want =
+            static_cast<size_t>(std::min<uint64_t>(block.size(), entry.compressedSize - raw));
+        const size_t n = std::fread(block.data(), 1, want, archive);
         if (n == 0)
-            break;
-        if (n < 0 || !out.write(block.data(), static_cast<unsigned long>(n))) {
-            ok = false;
-            break;
-        }
+            break;  // the archive ends early: finish() says so
+        raw += n;
+        ok = writer.take(block.data(), static_cast<unsigned>(n));
     }
-    // Closing the entry after reading it whole checks its CRC.
-    ok = unzCloseCurrentFile(zip) == UNZ_OK && ok;
-    ok = out.close() && ok;
+    ok = ok && writer.finish(raw);
+    if (!out.close() && ok)
+        ok = kel::detail::failWithSystemError("cannot write the file");
     if (!ok)
         kel::detail::deleteFile(path);
     return ok;
+}
+
+// True when no part of `name` below `folder` is a link that already
+// exists: extraction never follows one out of the folder.
+bool staysOffLinks(const std::wstring& folder, const std::wstring& name) {
+    std::wstring path = kel::detail::withoutTrailingSeparators(folder);
+    size_t start = 0;
+    while (start < name.size()) {
+        size_t end = name.find(L'\\', start);
+        if (end == std::wstring::npos)
+            end = name.size();
+        if (end > start) {
+            path = kel::detail::joinPath(path, name.substr(start, end - start));
+            if (kel::detail::isLink(path))
+                return kel::detail::failWith("the path runs through a link inside the folder");
+        }
+        start = end + 1;
+    }
+    return true;
 }
 
 }  // namespace
 
 // ----- opening and closing ----------------------------------------------------
 
-KelUnzipper::KelUnzipper(const wchar_t* zipPath) : m_uzFile(nullptr), m_szOutputFolder{} {
+struct KelUnzipper::Directory {
+    kel::detail::ArchiveDirectory archive;
+    bool sound = false;
+    std::string problem;
+    // The archive, open for reading the entries' data.
+    std::FILE* file = nullptr;
+
+    ~Directory() {
+        if (file != nullptr)
+            std::fclose(file);
+    }
+};
+
+KelUnzipper::KelUnzipper(const wchar_t* zipPath)
+    : m_uzFile(nullptr), m_szOutputFolder{}, m_pDirectory(nullptr), m_szZipPath{} {
     if (zipPath != nullptr)
         OpenZip(zipPath);
 }
@@ -176,10 +348,14 @@ bool KelUnzipper::OpenZip(const wchar_t* zipPath) {
     if (m_uzFile == nullptr)
         return false;
     copyCut(m_szOutputFolder, MAX_PATH + 1, kel::detail::folderPart(full));
+    copyCut(m_szZipPath, MAX_PATH + 1, full);
     return true;
 }
 
 bool KelUnzipper::CloseZip() {
+    delete m_pDirectory;
+    m_pDirectory = nullptr;
+    m_szZipPath[0] = L'\0';
     if (m_uzFile == nullptr)
         return true;
     const int result = unzClose(archiveOf(m_uzFile));
@@ -277,29 +453,77 @@ bool KelUnzipper::GetFileInfo(int index, UZ_FileInfo& info) {
 
 // ----- extraction -------------------------------------------------------------------
 
+const KelUnzipper::Directory* KelUnzipper::checkedDirectory() {
+    if (m_pDirectory == nullptr) {
+        m_pDirectory = new Directory;
+        m_pDirectory->sound = kel::detail::readArchiveDirectory(m_szZipPath, m_pDirectory->archive,
+                                                                m_pDirectory->problem);
+        if (m_pDirectory->sound) {
+            m_pDirectory->file = kel::detail::openBinaryStream(m_szZipPath, "rb");
+            if (m_pDirectory->file == nullptr) {
+                m_pDirectory->sound = false;
+                m_pDirectory->problem = "cannot read the archive";
+            }
+        }
+    }
+    if (!m_pDirectory->sound) {
+        kel::detail::failWith("damaged archive: " + m_pDirectory->problem);
+        return nullptr;
+    }
+    return m_pDirectory;
+}
+
 bool KelUnzipper::UnzipFile(const wchar_t* folder, bool ignorePath) {
+    kel::detail::clearZipFailure();
     unzFile zip = archiveOf(m_uzFile);
     if (zip == nullptr)
-        return false;
+        return kel::detail::failWith("no archive is open");
     Entry entry;
     if (!readEntry(zip, entry))
+        return kel::detail::failWith("damaged archive: cannot read the entry");
+    const Directory* directory = checkedDirectory();
+    if (directory == nullptr)
         return false;
+    // minizip's walk and the checked directory must describe the same
+    // record.
+    unz64_file_pos position = {};
+    if (unzGetFilePos64(zip, &position) != UNZ_OK ||
+        position.num_of_file >= directory->archive.entries.size() ||
+        directory->archive.entries[position.num_of_file].record != position.pos_in_zip_directory) {
+        return kel::detail::failWith("damaged archive: the directory does not hold this entry");
+    }
+    const kel::detail::DirectoryEntry& record = directory->archive.entries[position.num_of_file];
     const bool isFolder = isFolderEntry(entry);
     const std::wstring name =
         (ignorePath && !isFolder) ? kel::detail::fileNamePart(entry.name) : entry.name;
     // Refused before anything is created: nothing may land outside the
     // target folder.
     if (!kel::detail::isContainedName(name))
+        return kel::detail::failWith("the name leaves the target folder");
+    if (!isFolder && !checkExtractable(record))
         return false;
     const std::wstring target = withBackslashes(folder != nullptr ? folder : m_szOutputFolder);
     if (!CreateFolder(target.c_str()))
-        return false;
+        return kel::detail::failWithSystemError("cannot create the folder");
     const std::wstring path = kel::detail::joinPath(target, name);
     if (path.size() > MAX_PATH)
+        return kel::detail::failWith("the path is longer than 260 characters");
+    if (!staysOffLinks(target, name))
         return false;
-    if (isFolder)
-        return CreateFolder(path.c_str());
-    if (!CreateFilePath(path.c_str()) || !extractCurrent(zip, path))
+    if (isFolder) {
+        return CreateFolder(path.c_str()) ||
+               kel::detail::failWithSystemError("cannot create the folder");
+    }
+    if (!CreateFilePath(path.c_str()))
+        return kel::detail::failWithSystemError("cannot create the folder");
+    // An existing file is replaced, not written through: it may be a hard
+    // link to a file elsewhere.
+    uint32_t attributes = 0;
+    if (kel::detail::fileAttributes(path, attributes) &&
+        (attributes & kel::detail::kAttributeDirectory) == 0) {
+        kel::detail::deleteFile(path);
+    }
+    if (!extractEntry(directory->file, record, path))
         return false;
     SetFileModTime(path.c_str(), static_cast<unsigned long>(entry.info.dosDate));
     return true;
@@ -310,8 +534,18 @@ bool KelUnzipper::UnzipFile(int index, const wchar_t* folder, bool ignorePath) {
 }
 
 bool KelUnzipper::UnzipTo(const wchar_t* folder, bool ignorePath) {
-    if (m_uzFile == nullptr || !CreateFolder(folder) || GetFileCount() == 0 || !GotoFirstFile())
+    kel::detail::clearZipFailure();
+    if (m_uzFile == nullptr)
+        return kel::detail::failWith("no archive is open");
+    if (!CreateFolder(folder))
+        return kel::detail::failWithSystemError("cannot create the folder");
+    if (GetFileCount() == 0)
+        return kel::detail::failWith("the archive holds no entries");
+    // A damaged directory fails before the first entry is written.
+    if (checkedDirectory() == nullptr)
         return false;
+    if (!GotoFirstFile())
+        return kel::detail::failWith("damaged archive: cannot read the first entry");
     int next = UNZ_OK;
     do {
         if (!UnzipFile(folder, ignorePath))
@@ -320,7 +554,8 @@ bool KelUnzipper::UnzipTo(const wchar_t* folder, bool ignorePath) {
     } while (next == UNZ_OK);
     // Only the end of the list is success: a directory that breaks off
     // before its announced count is a damaged archive.
-    return next == UNZ_END_OF_LIST_OF_FILE;
+    return next == UNZ_END_OF_LIST_OF_FILE ||
+           kel::detail::failWith("damaged archive: the directory breaks off");
 }
 
 bool KelUnzipper::Unzip(bool ignorePath) {

@@ -2,12 +2,15 @@
 
 #include <minizip/zip.h>
 
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "files/file_system.h"
+#include "files/zip_directory.h"
 #include "files/zip_io.h"
 #include "files/zip_names.h"
 
@@ -59,13 +62,28 @@ bool describeSource(const std::wstring& source, zip_fileinfo& info) {
     return true;
 }
 
-bool openEntry(zipFile zip, const std::wstring& name, const zip_fileinfo& info) {
+// Sources from this size on get an entry with the ZIP64 fields. The
+// margin covers deflate's growth of data it cannot compress (zlib's bound:
+// about 0.03 %, 1.3 MiB at 4 GiB), so that neither size of a plain entry
+// can reach 4 GiB; it is kept small because minizip leaves a ZIP64 entry
+// that ends below 4 GiB with an extra field of zeros in its local header.
+constexpr uint64_t kZip64From = 0xFFFFFFFFull - (2ull << 20);
+
+bool openEntry(zipFile zip, const std::wstring& name, const zip_fileinfo& info, bool zip64) {
     bool utf8 = false;
     const std::string bytes = kel::detail::entryNameBytes(name, utf8);
     return zipOpenNewFileInZip4_64(zip, bytes.c_str(), &info, nullptr, 0, nullptr, 0, nullptr,
                                    Z_DEFLATED, Z_DEFAULT_COMPRESSION, 0, -MAX_WBITS, DEF_MEM_LEVEL,
                                    Z_DEFAULT_STRATEGY, nullptr, 0, utf8 ? kMadeByVfat : kMadeByDos,
-                                   utf8 ? kUtf8Flag : 0, 0) == ZIP_OK;
+                                   utf8 ? kUtf8Flag : 0, zip64 ? 1 : 0) == ZIP_OK;
+}
+
+// Adds to a total that stops at its largest value instead of wrapping.
+template <typename Total>
+void addCapped(Total& total, uint64_t amount) {
+    const uint64_t largest = static_cast<uint64_t>(std::numeric_limits<Total>::max());
+    const uint64_t now = static_cast<uint64_t>(total);
+    total = static_cast<Total>(amount >= largest - now ? largest : now + amount);
 }
 
 // The doubled forward separator this operation writes for every "\":
@@ -130,7 +148,7 @@ bool KelZipper::CloseZip() {
         return true;
     const int result = zipClose(archiveOf(m_uzFile), nullptr);
     m_uzFile = nullptr;
-    return result == ZIP_OK;
+    return result == ZIP_OK && kel::detail::completeZip64End(m_szZipPath);
 }
 
 void KelZipper::GetFileInfo(Z_FileInfo& info) {
@@ -145,12 +163,16 @@ bool KelZipper::addEntry(const wchar_t* name, const wchar_t* source, bool folder
     if (!describeSource(source, info))
         return false;
     if (folder)
-        return openEntry(zip, name, info) && zipCloseFileInZip(zip) == ZIP_OK;
+        return openEntry(zip, name, info, false) && zipCloseFileInZip(zip) == ZIP_OK;
+    uint64_t size = 0;
     kel::detail::BinaryFile in;
-    if (!in.openForReading(source) || !openEntry(zip, name, info))
+    if (!kel::detail::fileSize(source, size) || !in.openForReading(source))
+        return false;
+    const bool zip64 = size >= kZip64From;
+    if (!openEntry(zip, name, info, zip64))
         return false;
     std::vector<char> block(kCopyBlock);
-    unsigned long copied = 0;
+    uint64_t copied = 0;
     bool ok = true;
     for (;;) {
         const long n = in.read(block.data(), kCopyBlock);
@@ -158,15 +180,21 @@ bool KelZipper::addEntry(const wchar_t* name, const wchar_t* source, bool folder
             ok = n == 0;
             break;
         }
+        // A file that grew past the plain fields while it was copied
+        // cannot be described by them: the entry fails.
+        if (!zip64 && copied + static_cast<uint64_t>(n) >= kZip64From) {
+            ok = false;
+            break;
+        }
         if (zipWriteInFileInZip(zip, block.data(), static_cast<unsigned>(n)) != ZIP_OK) {
             ok = false;
             break;
         }
-        copied += static_cast<unsigned long>(n);
+        copied += static_cast<uint64_t>(n);
     }
     ok = zipCloseFileInZip(zip) == ZIP_OK && ok;
-    ++m_info.nFileCount;
-    m_info.dwUncompressedSize += static_cast<uint32_t>(copied);
+    addCapped(m_info.nFileCount, 1);
+    addCapped(m_info.dwUncompressedSize, copied);
     return ok;
 }
 
@@ -216,7 +244,7 @@ bool KelZipper::AddFileToZip(const wchar_t* path, const wchar_t* folderInZip) {
 bool KelZipper::AddFolderToZip(const wchar_t* path, bool ignorePath) {
     if (m_uzFile == nullptr)
         return false;
-    ++m_info.nFolderCount;  // counted before anything can fail
+    addCapped(m_info.nFolderCount, 1);  // counted before anything can fail
     if (path == nullptr || *path == L'\0')
         return false;
     const std::wstring given = kel::detail::withoutTrailingSeparators(withBackslashes(path));
@@ -228,23 +256,20 @@ bool KelZipper::AddFolderToZip(const wchar_t* path, bool ignorePath) {
         (attributes & kel::detail::kAttributeDirectory) == 0) {
         return false;
     }
-    // The root folder itself has no name inside the archive: only its
-    // children are added.
+    // The root folder itself has no name below the root folder ("C:\data"
+    // does not begin with "C:\data\"): the call fails, deliberately, as
+    // host code expects.
     std::wstring name;
     if (ignorePath) {
         name = kel::detail::fileNamePart(folder);
-    } else if (!root.empty() && kel::detail::samePathNoCase(kel::detail::asFolder(folder), root)) {
-        name.clear();
-    } else if (kel::detail::startsWithNoCase(folder, root)) {
+    } else if (kel::detail::startsWithNoCase(folder, root) && folder.size() > root.size()) {
         name = folder.substr(root.size());
     } else {
         return false;
     }
-    if (!name.empty()) {
-        name = kel::detail::asFolder(name);
-        if (!kel::detail::isContainedName(name) || !addEntry(name.c_str(), folder.c_str(), true))
-            return false;
-    }
+    name = kel::detail::asFolder(name);
+    if (!kel::detail::isContainedName(name) || !addEntry(name.c_str(), folder.c_str(), true))
+        return false;
     std::vector<kel::detail::FolderEntry> children;
     kel::detail::listFolder(folder, children);
     for (const kel::detail::FolderEntry& child : children) {

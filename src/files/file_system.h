@@ -52,6 +52,17 @@ std::wstring fullPath(std::wstring_view path);
 // adds kAttributeReadOnly when its owner may not write it.
 bool fileAttributes(std::wstring_view path, uint32_t& attributes);
 
+// True when `path` is a symbolic link (on Windows any reparse point, which
+// takes in junctions), whatever it points to and whether or not that exists.
+bool isLink(std::wstring_view path);
+
+// True where ":" inside a file name is an ordinary character (POSIX); on
+// Windows it would name a stream of the file instead.
+bool colonIsNameCharacter();
+
+// The size of a file in bytes; false when nothing exists at `path`.
+bool fileSize(std::wstring_view path, uint64_t& size);
+
 // The last-write time of a file or folder on the local clock.
 bool lastWriteLocalTime(std::wstring_view path, LocalTime& time);
 

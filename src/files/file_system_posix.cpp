@@ -203,8 +203,11 @@ private:
 }  // namespace
 
 bool isFullPath(std::wstring_view path) {
-    return (!path.empty() && isPathSeparator(path[0])) ||
-           path.find(L':') != std::wstring_view::npos;
+    // Only a drive counts: any other ":" is part of a file name here.
+    const bool drive =
+        path.size() >= 2 && path[1] == L':' &&
+        ((path[0] >= L'A' && path[0] <= L'Z') || (path[0] >= L'a' && path[0] <= L'z'));
+    return (!path.empty() && isPathSeparator(path[0])) || drive;
 }
 
 std::wstring fullPath(std::wstring_view path) {
@@ -227,6 +230,14 @@ bool fileAttributes(std::wstring_view path, uint32_t& attributes) {
     attributes = S_ISDIR(info.st_mode) ? kAttributeDirectory : kAttributeArchive;
     if ((info.st_mode & S_IWUSR) == 0)
         attributes |= kAttributeReadOnly;
+    return true;
+}
+
+bool fileSize(std::wstring_view path, uint64_t& size) {
+    struct stat64 info = {};
+    if (!statPath(path, info))
+        return failWithErrno();
+    size = static_cast<uint64_t>(info.st_size);
     return true;
 }
 
@@ -409,6 +420,16 @@ bool copyFile(std::wstring_view from, std::wstring_view to) {
         errno = copied ? errno : error;
         return failWithErrno();
     }
+    return true;
+}
+
+bool isLink(std::wstring_view path) {
+    const NativePath native = toNativePath(path);
+    struct stat64 info = {};
+    return !native.empty() && ::lstat64(native.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+bool colonIsNameCharacter() {
     return true;
 }
 

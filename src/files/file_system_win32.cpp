@@ -76,6 +76,14 @@ bool fileAttributes(std::wstring_view path, uint32_t& attributes) {
     return true;
 }
 
+bool fileSize(std::wstring_view path, uint64_t& size) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!::GetFileAttributesExW(native(path).c_str(), GetFileExInfoStandard, &data))
+        return false;
+    size = (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    return true;
+}
+
 bool lastWriteLocalTime(std::wstring_view path, LocalTime& time) {
     WIN32_FIND_DATAW data = {};
     FindHandle find(::FindFirstFileW(native(path).c_str(), &data));
@@ -168,6 +176,15 @@ bool deleteFile(std::wstring_view path) {
 
 bool copyFile(std::wstring_view from, std::wstring_view to) {
     return ::CopyFileW(native(from).c_str(), native(to).c_str(), FALSE) != FALSE;
+}
+
+bool isLink(std::wstring_view path) {
+    const DWORD value = ::GetFileAttributesW(native(path).c_str());
+    return value != INVALID_FILE_ATTRIBUTES && (value & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool colonIsNameCharacter() {
+    return false;
 }
 
 std::FILE* openBinaryStream(std::wstring_view path, const char* mode) {

@@ -194,13 +194,15 @@ bool decodeUtf16(ByteSource& source, char32_t& c, RawBytes& raw) {
         return false;  // a lone last byte is not a character
     raw.add(b0);
     raw.add(b1);
-    const unsigned int unit = static_cast<unsigned int>(b0 | (b1 << 8));
+    const unsigned int unit = static_cast<unsigned int>(b0) | (static_cast<unsigned int>(b1) << 8);
     c = unit;
     if (!isHighSurrogate(unit))
         return true;
     const int b2 = source.get();
     const int b3 = b2 == EOF ? EOF : source.get();
-    const unsigned int next = static_cast<unsigned int>(b2 | (b3 << 8));
+    // A file may end inside the pair: EOF is no byte to combine.
+    const unsigned int next =
+        b3 == EOF ? 0 : static_cast<unsigned int>(b2) | (static_cast<unsigned int>(b3) << 8);
     if (b3 == EOF || !isLowSurrogate(next)) {
         source.unget(b3);
         source.unget(b2);

@@ -20,8 +20,9 @@ struct ArchiveFile {
     std::FILE* file = nullptr;
     bool reading = false;
     bool failed = false;
-    long long position = 0;
+    long long position = 0;  // as minizip sees it: `prefix` bytes ahead of the file's
     long long size = -1;
+    long long prefix = 0;
     std::vector<char> window;
     long long windowStart = 0;
     size_t windowLength = 0;
@@ -54,11 +55,14 @@ bool fillWindow(ArchiveFile& f, long long at) {
 
 uLong readWindowed(ArchiveFile& f, char* out, uLong size) {
     uLong done = 0;
-    while (done < size && (f.size < 0 || f.position < f.size)) {
-        const long long offset = f.position - f.windowStart;
+    for (; done < size && f.position < f.prefix; ++done, ++f.position)
+        out[done] = 0;
+    while (done < size && (f.size < 0 || f.position - f.prefix < f.size)) {
+        const long long at = f.position - f.prefix;
+        const long long offset = at - f.windowStart;
         if (offset < 0 || offset >= static_cast<long long>(f.windowLength)) {
-            if (!fillWindow(f, f.position) ||
-                f.position - f.windowStart >= static_cast<long long>(f.windowLength)) {
+            if (!fillWindow(f, at) ||
+                at - f.windowStart >= static_cast<long long>(f.windowLength)) {
                 break;  // the end of the file
             }
             continue;
@@ -70,6 +74,20 @@ uLong readWindowed(ArchiveFile& f, char* out, uLong size) {
         f.position += static_cast<long long>(now);
     }
     return done;
+}
+
+// An archive without entries is its end record alone, at offset 0, where
+// minizip's search takes a record for "not found". Such a file is shown to
+// minizip behind one byte of zero, deliberately; minizip reckons offsets
+// from where it finds the end record, so the byte changes nothing else.
+bool isBareEndRecord(std::FILE* file) {
+    unsigned char end[22];
+    if (std::fread(end, 1, sizeof end, file) != sizeof end || end[0] != 'P' || end[1] != 'K' ||
+        end[2] != 5 || end[3] != 6 || seekBinaryStream(file, 0, SEEK_END) != 0) {
+        return false;
+    }
+    const long long commentLength = end[20] | (end[21] << 8);
+    return tellBinaryStream(file) == static_cast<long long>(sizeof end) + commentLength;
 }
 
 voidpf ZCALLBACK openFile(voidpf, const void* name, int mode) {
@@ -96,6 +114,8 @@ voidpf ZCALLBACK openFile(voidpf, const void* name, int mode) {
     }
     result->file = file;
     result->reading = reading;
+    if (reading && isBareEndRecord(file))
+        result->prefix = 1;
     return result;
 }
 
@@ -136,7 +156,9 @@ long ZCALLBACK seekFile(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
             return -1;
         f.size = tellBinaryStream(f.file);
     }
-    const long long base = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? f.position : f.size;
+    const long long base = whence == SEEK_SET   ? 0
+                           : whence == SEEK_CUR ? f.position
+                                                : f.size + f.prefix;
     const long long target = base + static_cast<long long>(offset);
     if (target < 0)
         return -1;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "files/file_system.h"
 #include "platform/code_page.h"
 #include "platform/path.h"
 #include "platform/utf.h"
@@ -104,8 +105,16 @@ bool samePathNoCase(std::wstring_view a, std::wstring_view b) {
     return collapsed(a) == collapsed(b);
 }
 
+bool hasDrive(std::wstring_view name) {
+    return name.size() >= 2 && name[1] == L':' &&
+           ((name[0] >= L'A' && name[0] <= L'Z') || (name[0] >= L'a' && name[0] <= L'z'));
+}
+
 bool isContainedName(std::wstring_view name) {
-    if (name.empty() || isPathSeparator(name[0]) || name.find(L':') != std::wstring_view::npos)
+    if (name.empty() || isPathSeparator(name[0]) || hasDrive(name))
+        return false;
+    // Elsewhere ":" names a stream of a file, or a drive further on.
+    if (!colonIsNameCharacter() && name.find(L':') != std::wstring_view::npos)
         return false;
     int depth = 0;
     size_t start = 0;

@@ -49,9 +49,13 @@ bool startsWithNoCase(std::wstring_view text, std::wstring_view prefix);
 // as one separator of either kind.
 bool samePathNoCase(std::wstring_view a, std::wstring_view b);
 
+// True when the name begins with a drive ("C:", "c:x").
+bool hasDrive(std::wstring_view name);
+
 // A name that stays inside the folder it is extracted to or added from:
-// not empty, not starting with a separator, without a drive or any ":",
-// and never climbing above its start with "..".
+// not empty, not starting with a separator, without a drive, and never
+// climbing above its start with "..". On POSIX any other ":" is part of a
+// name ("12:30 log.txt"); on Windows every ":" is refused.
 bool isContainedName(std::wstring_view name);
 
 // An entry name as the archive stores it: plain ASCII as it is; any other

@@ -3,11 +3,14 @@
 #include <errno.h>
 #include <iconv.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "platform/code_page.h"
 #include "platform/debug_output.h"
@@ -107,6 +110,126 @@ private:
 
 thread_local ConverterCache t_converters;
 
+// ----- Windows single-byte code pages ------------------------------------------------
+//
+// Windows maps every byte of its single-byte code pages: the bytes the code
+// page's chart leaves undefined become the C1 control of the same value
+// (0x81 of 1252 is U+0081), a few become private-use characters, and each
+// maps back to its byte. iconv's tables leave them out, so these pages are
+// converted from tables of their own: iconv's chart, completed with
+// Windows' mappings of the undefined bytes.
+
+struct ExtraByte {
+    unsigned char byte;
+    char16_t unit;
+};
+
+// The undefined bytes that Windows maps to something other than the C1
+// control of the same value.
+constexpr ExtraByte kExtras874[] = {{0xDB, 0xF8C1}, {0xDC, 0xF8C2}, {0xDD, 0xF8C3}, {0xDE, 0xF8C4},
+                                    {0xFC, 0xF8C5}, {0xFD, 0xF8C6}, {0xFE, 0xF8C7}, {0xFF, 0xF8C8}};
+constexpr ExtraByte kExtras1253[] = {{0xAA, 0xF8F9}, {0xD2, 0xF8FA}, {0xFF, 0xF8FB}};
+constexpr ExtraByte kExtras1255[] = {{0xCA, 0x05BA}, {0xD9, 0xF88D}, {0xDA, 0xF88E}, {0xDB, 0xF88F},
+                                     {0xDC, 0xF890}, {0xDD, 0xF891}, {0xDE, 0xF892}, {0xDF, 0xF893},
+                                     {0xFB, 0xF894}, {0xFC, 0xF895}, {0xFF, 0xF896}};
+constexpr ExtraByte kExtras1257[] = {{0xA1, 0xF8FC}, {0xA5, 0xF8FD}};
+
+class SingleBytePage {
+public:
+    SingleBytePage(unsigned int codePage, const ExtraByte* extras, size_t extraCount) {
+        const std::string name = "CP" + std::to_string(codePage);
+        iconv_t cd = iconv_open("WCHAR_T", name.c_str());
+        for (unsigned b = 0; b < 256; ++b) {
+            m_toWide[b] = charted(cd, static_cast<char>(b));
+            if (m_toWide[b] != kUndefined)
+                continue;
+            m_toWide[b] = static_cast<wchar_t>(b);  // the C1 control of the same value
+            for (size_t i = 0; i < extraCount; ++i) {
+                if (extras[i].byte == b)
+                    m_toWide[b] = static_cast<wchar_t>(extras[i].unit);
+            }
+        }
+        if (cd != kNoConverter)
+            iconv_close(cd);
+        for (unsigned b = 0; b < 256; ++b)
+            m_toNarrow.push_back({m_toWide[b], static_cast<unsigned char>(b)});
+        std::stable_sort(m_toNarrow.begin(), m_toNarrow.end(),
+                         [](const Back& x, const Back& y) { return x.unit < y.unit; });
+    }
+
+    wchar_t toWide(unsigned char byte) const { return m_toWide[byte]; }
+
+    // The byte of `unit`, or -1 when the code page has none.
+    int toNarrow(wchar_t unit) const {
+        const auto found = std::lower_bound(m_toNarrow.begin(), m_toNarrow.end(), unit,
+                                            [](const Back& x, wchar_t u) { return x.unit < u; });
+        return found != m_toNarrow.end() && found->unit == unit ? found->byte : -1;
+    }
+
+private:
+    static constexpr wchar_t kUndefined = static_cast<wchar_t>(-1);
+
+    struct Back {
+        wchar_t unit;
+        unsigned char byte;
+    };
+
+    static wchar_t charted(iconv_t cd, char byte) {
+        if (cd == kNoConverter)
+            return kUndefined;
+        iconv(cd, nullptr, nullptr, nullptr, nullptr);
+        char* in = &byte;
+        size_t inLeft = 1;
+        wchar_t out[2] = {};
+        char* outPtr = reinterpret_cast<char*>(out);
+        size_t outLeft = sizeof out;
+        if (iconv(cd, &in, &inLeft, &outPtr, &outLeft) == static_cast<size_t>(-1))
+            return kUndefined;
+        // The converters of 1255 and 1258 hold a letter back, waiting for a
+        // combining mark to compose it with; Windows composes nothing.
+        iconv(cd, nullptr, nullptr, &outPtr, &outLeft);
+        return outLeft == sizeof out - sizeof(wchar_t) ? out[0] : kUndefined;
+    }
+
+    wchar_t m_toWide[256];
+    std::vector<Back> m_toNarrow;
+};
+
+// Each table is built on first use, once for the process.
+template <unsigned int CodePage>
+const SingleBytePage& singleBytePage(const ExtraByte* extras = nullptr, size_t count = 0) {
+    static const SingleBytePage page(CodePage, extras, count);
+    return page;
+}
+
+// The table of a Windows single-byte code page, or null for other pages.
+const SingleBytePage* windowsSingleBytePage(unsigned int codePage) {
+    switch (codePage) {
+        case 874:
+            return &singleBytePage<874>(kExtras874, std::size(kExtras874));
+        case 1250:
+            return &singleBytePage<1250>();
+        case 1251:
+            return &singleBytePage<1251>();
+        case 1252:
+            return &singleBytePage<1252>();
+        case 1253:
+            return &singleBytePage<1253>(kExtras1253, std::size(kExtras1253));
+        case 1254:
+            return &singleBytePage<1254>();
+        case 1255:
+            return &singleBytePage<1255>(kExtras1255, std::size(kExtras1255));
+        case 1256:
+            return &singleBytePage<1256>();
+        case 1257:
+            return &singleBytePage<1257>(kExtras1257, std::size(kExtras1257));
+        case 1258:
+            return &singleBytePage<1258>();
+        default:
+            return nullptr;
+    }
+}
+
 // Collects converted output: copies what fits into the caller's buffer and
 // counts everything.
 template <typename Char>
@@ -173,6 +296,13 @@ void convert(iconv_t cd, const char* input, size_t inputBytes, size_t skip,
 
 size_t toWide(unsigned int codePage, const char* source, size_t length, wchar_t* target,
               size_t capacity, bool& ok) {
+    if (const SingleBytePage* page = windowsSingleBytePage(codePage)) {
+        ok = true;
+        const size_t fits = length < capacity ? length : capacity;
+        for (size_t i = 0; i < fits; ++i)
+            target[i] = page->toWide(static_cast<unsigned char>(source[i]));
+        return length;
+    }
     iconv_t cd = t_converters.get(codePage, true);
     ok = cd != nullptr;
     if (!ok)
@@ -185,6 +315,25 @@ size_t toWide(unsigned int codePage, const char* source, size_t length, wchar_t*
 
 size_t toNarrow(unsigned int codePage, const wchar_t* source, size_t length, char* target,
                 size_t capacity, const char* defaultChar, bool* usedDefault, bool& ok) {
+    if (const SingleBytePage* page = windowsSingleBytePage(codePage)) {
+        ok = true;
+        BoundedOutput<char> output{target, capacity};
+        const char* replacement = defaultChar != nullptr ? defaultChar : "?";
+        bool used = false;
+        for (size_t i = 0; i < length; ++i) {
+            const int byte = page->toNarrow(source[i]);
+            if (byte >= 0) {
+                const char c = static_cast<char>(byte);
+                output.append(&c, 1);
+            } else {
+                used = true;
+                output.append(replacement, std::strlen(replacement));
+            }
+        }
+        if (usedDefault != nullptr)
+            *usedDefault = used;
+        return output.count;
+    }
     iconv_t cd = t_converters.get(codePage, false);
     ok = cd != nullptr;
     if (!ok)
@@ -203,7 +352,8 @@ size_t toNarrow(unsigned int codePage, const wchar_t* source, size_t length, cha
 }
 
 bool isSupported(unsigned int codePage) {
-    return codePage == kCodePageUtf8 || t_converters.get(codePage, true) != nullptr;
+    return codePage == kCodePageUtf8 || windowsSingleBytePage(codePage) != nullptr ||
+           t_converters.get(codePage, true) != nullptr;
 }
 
 unsigned int narrowCodePage() {

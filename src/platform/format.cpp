@@ -32,12 +32,15 @@ struct ArgList {
 // terminator) or a string that grows.
 template <typename Char>
 class Output {
+    static constexpr size_t kShortCopy = 16;
+
 public:
-    Output(Char* buffer, size_t capacity)
-        : m_buffer(buffer), m_limit(capacity ? capacity - 1 : 0) {}
+    Output(Char* buffer, size_t capacity, FormatSplice* splice = nullptr)
+        : m_buffer(buffer), m_splice(splice), m_limit(capacity ? capacity - 1 : 0) {}
     explicit Output(std::basic_string<Char>* text) : m_text(text), m_limit(kMaxOutput) {}
 
     bool overflowed() const { return m_overflow; }
+    // The length of the result, characters left to a splice included.
     size_t length() const { return m_length; }
 
     void append(const Char* data, size_t n) {
@@ -49,10 +52,35 @@ public:
         }
         if (m_text != nullptr) {
             m_text->append(data, n);
+        } else if (n <= kShortCopy) {
+            // Literal text between directives and numbers are short: a plain
+            // loop beats the start-up of a block copy.
+            Char* out = m_buffer + (m_length - m_spliced);
+            for (size_t i = 0; i < n; ++i)
+                out[i] = data[i];
         } else {
-            std::memcpy(m_buffer + m_length, data, n * sizeof(Char));
+            std::memcpy(m_buffer + (m_length - m_spliced), data, n * sizeof(Char));
         }
         m_length += n;
+    }
+
+    // Appends text that stays where it is until the result is assembled (a
+    // caller's argument): a long one is left to the splice, if there is one.
+    void appendArgument(const Char* data, size_t n) {
+        if constexpr (std::is_same_v<Char, wchar_t>) {
+            if (m_splice != nullptr && n >= FormatSplice::kMinLength && !m_overflow &&
+                !m_splice->full()) {
+                if (n > m_limit - m_length) {
+                    m_overflow = true;
+                    return;
+                }
+                m_splice->add(m_length, data, n);
+                m_length += n;
+                m_spliced += n;
+                return;
+            }
+        }
+        append(data, n);
     }
 
     void fill(Char c, size_t n) {
@@ -65,8 +93,9 @@ public:
         if (m_text != nullptr) {
             m_text->append(n, c);
         } else {
+            Char* out = m_buffer + (m_length - m_spliced);
             for (size_t i = 0; i < n; ++i)
-                m_buffer[m_length + i] = c;
+                out[i] = c;
         }
         m_length += n;
     }
@@ -94,14 +123,16 @@ public:
 
     void terminate() {
         if (m_buffer != nullptr && !m_overflow)
-            m_buffer[m_length] = Char(0);
+            m_buffer[m_length - m_spliced] = Char(0);
     }
 
 private:
     Char* m_buffer = nullptr;
     std::basic_string<Char>* m_text = nullptr;
+    FormatSplice* m_splice = nullptr;
     size_t m_limit;
     size_t m_length = 0;
+    size_t m_spliced = 0;  // characters left to the splice
     bool m_overflow = false;
 };
 
@@ -373,16 +404,29 @@ private:
         return upper ? !kWideOutput : kWideOutput;
     }
 
-    void pad(size_t used, const Directive& d, bool before) {
+    // Fills up to the width. The runtime pads text on the left with zeros
+    // when the 0 flag is given ("%05s" of "ab" is "000ab"); `zeros` is false
+    // where it does not (pointers, whose digits have a precision of their
+    // own, and the spelled-out not-a-number).
+    void pad(size_t used, const Directive& d, bool before, bool zeros) {
         if (static_cast<size_t>(d.width) <= used || d.left == before)
             return;
-        m_out.fill(Char(' '), static_cast<size_t>(d.width) - used);
+        const Char c = before && zeros && d.zero ? Char('0') : Char(' ');
+        m_out.fill(c, static_cast<size_t>(d.width) - used);
     }
 
-    void padded(const Char* text, size_t n, const Directive& d) {
-        pad(n, d, true);
+    void padded(const Char* text, size_t n, const Directive& d, bool zeros = true) {
+        pad(n, d, true, zeros);
         m_out.append(text, n);
-        pad(n, d, false);
+        pad(n, d, false, zeros);
+    }
+
+    // The same for a caller's string argument, which stays in place until
+    // the result is assembled.
+    void paddedArgument(const Char* text, size_t n, const Directive& d) {
+        pad(n, d, true, true);
+        m_out.appendArgument(text, n);
+        pad(n, d, false, true);
     }
 
     // Builds the C library's directive for a number: flags, "*" width,
@@ -488,7 +532,7 @@ private:
             Char staging[16];
             for (size_t i = 0; i < text.size(); ++i)
                 staging[i] = static_cast<Char>(text[i]);
-            padded(staging, text.size(), d);
+            padded(staging, text.size(), d, false);
             return;
         }
         Directive effective = d;
@@ -504,16 +548,24 @@ private:
         }
     }
 
+    // Every digit of the pointer's size, upper case; the # flag puts "0X"
+    // before a pointer that is not null, as before any other hexadecimal
+    // number that is not zero.
     void pointer(const Directive& d) {
-        const auto value = reinterpret_cast<uintptr_t>(va_arg(m_args.ap, void*));
-        char digits[32];
-        const int n =
-            std::snprintf(digits, sizeof digits, "%0*llX", static_cast<int>(2 * sizeof(void*)),
-                          static_cast<unsigned long long>(value));
-        Char staging[32];
-        for (int i = 0; i < n; ++i)
-            staging[i] = static_cast<Char>(digits[i]);
-        padded(staging, static_cast<size_t>(n), d);
+        auto value =
+            static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(va_arg(m_args.ap, void*)));
+        constexpr size_t kDigits = 2 * sizeof(void*);
+        Char staging[kDigits + 2];
+        size_t n = 0;
+        if (d.alternate && value != 0) {
+            staging[n++] = Char('0');
+            staging[n++] = Char('X');
+        }
+        for (size_t i = kDigits; i-- > 0;) {
+            const auto digit = static_cast<unsigned>((value >> (4 * i)) & 0xF);
+            staging[n++] = static_cast<Char>(digit < 10 ? '0' + digit : 'A' + digit - 10);
+        }
+        padded(staging, n, d, false);
     }
 
     void character(const Directive& d) {
@@ -564,7 +616,11 @@ private:
                 n = limit;
             }
             if constexpr (kWideOutput) {
-                padded(text, n, d);
+                if (text == argument) {
+                    paddedArgument(text, n, d);
+                } else {
+                    padded(text, n, d);
+                }
             } else {
                 const std::string narrow = narrowWithin(text, n, limit);
                 padded(narrow.data(), narrow.size(), d);
@@ -656,15 +712,17 @@ FormatStatus runFormat(Output<Char>& out, const Char* format, va_list args, Wide
 
 template <typename Char>
 int bounded(Char* buffer, size_t capacity, const Char* format, va_list args, WideArgs wideArgs,
-            FormatStatus* status) {
+            FormatStatus* status, FormatSplice* splice = nullptr) {
     FormatStatus result = FormatStatus::BadFormat;
+    if (splice != nullptr)
+        splice->clear();
     if (!KEL_VALIDATE(buffer != nullptr && capacity > 0)) {
         if (status != nullptr)
             *status = result;
         return -1;
     }
     if (KEL_VALIDATE(format != nullptr)) {
-        Output<Char> out(buffer, capacity);
+        Output<Char> out(buffer, capacity, splice);
         result = runFormat(out, format, args, wideArgs);
         if (result == FormatStatus::Ok) {
             out.terminate();
@@ -679,6 +737,8 @@ int bounded(Char* buffer, size_t capacity, const Char* format, va_list args, Wid
         }
     }
     buffer[0] = Char(0);
+    if (splice != nullptr)
+        splice->clear();
     if (status != nullptr)
         *status = result;
     return -1;
@@ -707,9 +767,23 @@ std::basic_string<Char> growable(const Char* format, va_list args, WideArgs wide
 
 }  // namespace
 
+void FormatSplice::assemble(const wchar_t* buffer, wchar_t* out, size_t length) const {
+    size_t done = 0;  // characters of the result written
+    for (size_t i = 0; i < m_count; ++i) {
+        const Piece& piece = m_pieces[i];
+        const size_t before = piece.at - done;
+        std::memcpy(out + done, buffer, before * sizeof(wchar_t));
+        buffer += before;
+        std::memcpy(out + piece.at, piece.text, piece.length * sizeof(wchar_t));
+        done = piece.at + piece.length;
+    }
+    std::memcpy(out + done, buffer, (length - done) * sizeof(wchar_t));
+    out[length] = L'\0';
+}
+
 int formatBounded(wchar_t* buffer, size_t capacity, const wchar_t* format, va_list args,
-                  WideArgs wideArgs, FormatStatus* status) {
-    return bounded(buffer, capacity, format, args, wideArgs, status);
+                  WideArgs wideArgs, FormatStatus* status, FormatSplice* splice) {
+    return bounded(buffer, capacity, format, args, wideArgs, status, splice);
 }
 
 int formatBounded(char* buffer, size_t capacity, const char* format, va_list args,

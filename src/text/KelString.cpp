@@ -378,32 +378,48 @@ KelString& KelString::format(const unsigned short* fmt, ...) {
     return *this;
 }
 
+// A format the runtime refuses, or a result of 524,288 characters or more,
+// is reported through the invalid-parameter handler and leaves the scratch
+// buffer emptied; that empty text is what the value then holds.
+
 KelString& KelString::vformat(const char* fmt, va_list args) {
     char* buffer = getTempBuffer();
     buffer[0] = '\0';
-    if (kel::detail::formatBounded(buffer, kTempBufferSize, fmt, args) < 0)
-        return *this;
+    kel::detail::formatBounded(buffer, kTempBufferSize, fmt, args);
     return *this = buffer;
 }
 
 KelString& KelString::vformat(const wchar_t* fmt, va_list args) {
+    // The slot's buffer holds the formatted text apart from long string
+    // arguments, which go once, straight from the caller's memory into the
+    // new characters; the 524,288-character bound applies to the whole.
     wchar_t* buffer = getTempBufferWide();
     buffer[0] = L'\0';
-    const int length = kel::detail::formatBounded(buffer, kTempBufferSize, fmt, args);
-    if (length >= 0)
-        assignCopy(buffer, length);
+    kel::detail::FormatSplice splice;
+    const int length = kel::detail::formatBounded(buffer, kTempBufferSize, fmt, args,
+                                                  kel::detail::WideArgs::Native, nullptr, &splice);
+    if (length <= 0) {
+        empty();
+        return *this;
+    }
+    auto* data = new wchar_t[static_cast<size_t>(length) + 1];
+    splice.assemble(buffer, data, static_cast<size_t>(length));
+    // The arguments may be this value's own characters: they are released
+    // only now.
+    adopt(new KelStringRepr(data));
     return *this;
 }
 
 KelString& KelString::vformat(const unsigned short* fmt, va_list args) {
-    if (!KEL_VALIDATE(fmt != nullptr))
-        return *this;
-    const std::wstring wideFormat = kel::detail::utf16ToWide(fmt);
     wchar_t* buffer = getTempBufferWide();
     buffer[0] = L'\0';
+    if (!KEL_VALIDATE(fmt != nullptr)) {
+        empty();
+        return *this;
+    }
+    const std::wstring wideFormat = kel::detail::utf16ToWide(fmt);
     const int length = kel::detail::formatBounded(buffer, kTempBufferSize, wideFormat.c_str(), args,
                                                   kel::detail::WideArgs::Utf16);
-    if (length >= 0)
-        assignCopy(buffer, length);
+    assignCopy(buffer, length);
     return *this;
 }

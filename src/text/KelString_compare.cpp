@@ -140,9 +140,9 @@ int KelString::compare(const KelString& a, const KelString& b) {
     return ordinal(a.getStringW(), b.getStringW(), static_cast<size_t>(-1));
 }
 
+// The count goes to the runtime's wcsncmp as a size_t, so a negative n
+// becomes a count beyond any text and the whole texts are compared.
 int KelString::compare(const KelString& a, const KelString& b, int n) {
-    if (n <= 0)
-        return 0;
     return ordinal(a.getStringW(), b.getStringW(), static_cast<size_t>(n));
 }
 
@@ -150,9 +150,9 @@ int KelString::compareNoCase(const KelString& a, const KelString& b) {
     return foldedCompare(a.getStringW(), b.getStringW(), static_cast<size_t>(-1));
 }
 
+// As compare: a negative n compares the whole texts, as _wcsnicmp does
+// with the count converted to a size_t.
 int KelString::compareNoCase(const KelString& a, const KelString& b, int n) {
-    if (n <= 0)
-        return 0;
     return foldedCompare(a.getStringW(), b.getStringW(), static_cast<size_t>(n));
 }
 

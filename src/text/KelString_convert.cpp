@@ -13,6 +13,7 @@
 #include "platform/code_page.h"
 #include "platform/invalid_parameter.h"
 #include "text/safe_runtime.h"
+#include "text/time_text.h"
 
 namespace {
 
@@ -37,10 +38,11 @@ void KelString::SplitPath(KelString& drive, KelString& dir, KelString& fname,
 void KelString::MakePath(const KelString& drive, const KelString& dir, const KelString& fname,
                          const KelString& ext) {
     wchar_t path[kPathCapacity];
-    if (kel::detail::makePath(path, kPathCapacity, drive.getStringW(), dir.getStringW(),
-                              fname.getStringW(), ext.getStringW()) == 0) {
-        *this = path;
-    }
+    // A path that does not fit is reported and leaves the buffer emptied,
+    // which the value then takes.
+    kel::detail::makePath(path, kPathCapacity, drive.getStringW(), dir.getStringW(),
+                          fname.getStringW(), ext.getStringW());
+    *this = path;
 }
 
 // ----- numbers ------------------------------------------------------------------------
@@ -86,12 +88,10 @@ KelString& KelString::formatTime(unsigned __int64 maxSize, const char* fmt, cons
     // later operation on the value accepts, so no more is allocated.
     const size_t capacity =
         maxSize < static_cast<unsigned __int64>(kScratch) ? static_cast<size_t>(maxSize) : kScratch;
-    if (!KEL_VALIDATE(fmt != nullptr && t != nullptr)) {
-        empty();
-        return *this;
-    }
     std::vector<char> buffer(capacity + 1, '\0');
-    const size_t written = capacity == 0 ? 0 : std::strftime(buffer.data(), capacity, fmt, t);
+    // The runtime's strftime in the "C" locale: a size of 0, a bad format or
+    // field is reported, and like a result that does not fit gives nothing.
+    const size_t written = kel::detail::formatCalendarTime(buffer.data(), capacity, fmt, t);
     if (written == 0) {
         empty();
         return *this;
@@ -192,8 +192,9 @@ KelString KelString::setFromMIFString(const char* s) {
     buffer[0] = L'\0';
     const int converted = kel::detail::multiByteToWide(selectedCodePage(selector), bytes.c_str(),
                                                        -1, buffer, KelString::kTempBufferSize);
-    if (!KEL_VALIDATE(converted > 0))
-        return *this;
+    // Text that converts to more than the buffer holds fails the conversion
+    // (last error 122), as in the narrow constructor: the value becomes
+    // empty.
     assignCopy(buffer, converted - 1);
     return *this;
 }

@@ -4,7 +4,8 @@
 // An edit copies the text into the calling thread's wide scratch buffer,
 // changes it there and assigns the buffer back, which gives the value a new
 // representation. A text or result that does not fit the buffer is reported
-// through the invalid-parameter handler and the value stays as it was.
+// through the invalid-parameter handler, which leaves the buffer emptied, and
+// that empty text is assigned: the value becomes empty.
 
 #include <kel/KelString.h>
 
@@ -55,11 +56,7 @@ KelString KelString::operator+(const KelString& other) const {
 }
 
 const KelString& KelString::operator+=(const KelString& other) {
-    wchar_t* buffer = getTempBufferWide();
-    if (load(buffer, getStringW()) &&
-        kel::detail::appendString(buffer, kScratch, other.getStringW()) == 0) {
-        assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
-    }
+    *this = *this + other;
     return *this;
 }
 
@@ -92,8 +89,10 @@ KelString& KelString::setAt(int i, const wchar_t& c) {
     if (!KEL_VALIDATE(i >= 0 && (i < size || (i == size && c == L'\0'))))
         return *this;
     wchar_t* buffer = getTempBufferWide();
-    if (!load(buffer, getStringW()))
+    if (!load(buffer, getStringW())) {
+        empty();
         return *this;
+    }
     buffer[i] = c;
     assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
     return *this;
@@ -111,17 +110,22 @@ KelString& KelString::setAt(int i, const unsigned short& c) {
 
 // ----- case ---------------------------------------------------------------------------
 
+// A text that does not fit the buffer leaves it emptied, and the case
+// change of the empty text is assigned.
+
 KelString& KelString::toUpper() {
     wchar_t* buffer = getTempBufferWide();
-    if (load(buffer, getStringW()) && kel::detail::upperString(buffer, kScratch) == 0)
-        assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
+    load(buffer, getStringW());
+    kel::detail::upperString(buffer, kScratch);
+    assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
     return *this;
 }
 
 KelString& KelString::toLower() {
     wchar_t* buffer = getTempBufferWide();
-    if (load(buffer, getStringW()) && kel::detail::lowerString(buffer, kScratch) == 0)
-        assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
+    load(buffer, getStringW());
+    kel::detail::lowerString(buffer, kScratch);
+    assignCopy(buffer, static_cast<int>(std::wcslen(buffer)));
     return *this;
 }
 
@@ -129,8 +133,7 @@ KelString& KelString::toLower() {
 
 int KelString::replace(wchar_t from, wchar_t to) {
     wchar_t* buffer = getTempBufferWide();
-    if (!load(buffer, getStringW()))
-        return 0;
+    load(buffer, getStringW());  // a text that does not fit leaves it empty
     int count = 0;
     for (wchar_t* p = buffer; *p != L'\0'; ++p) {
         if (*p == from) {
@@ -171,8 +174,8 @@ int KelString::replace(const KelString& from, const KelString& to) {
         done = at + pattern.size();
     }
     out.append(text.data() + done, text.size() - done);
-    if (!out.ok())
-        return 0;
+    // A result that does not fit leaves the buffer emptied and the value
+    // empty; the occurrences were counted all the same.
     assignCopy(out.data(), static_cast<int>(out.length()));
     return count;
 }
@@ -193,8 +196,7 @@ KelString& KelString::replace(int pos, int count, const KelString& with) {
         const long long keep = size - end < size ? size - end : size;
         out.append(text.data() + (size - keep), static_cast<size_t>(keep));
     }
-    if (out.ok())
-        assignCopy(out.data(), static_cast<int>(out.length()));
+    assignCopy(out.data(), static_cast<int>(out.length()));
     return *this;
 }
 
@@ -273,8 +275,10 @@ void KelString::TrimLeft(const KelString& set) {
         empty();
         return;
     }
-    if (!KEL_VALIDATE(size - first < KelString::kTempBufferSize))
+    if (!KEL_VALIDATE(size - first < KelString::kTempBufferSize)) {
+        empty();
         return;
+    }
     *this = KelString(chars, first, size - 1);
 }
 
@@ -293,8 +297,10 @@ void KelString::TrimRight(const KelString& set) {
         empty();
         return;
     }
-    if (!KEL_VALIDATE(last + 1 < KelString::kTempBufferSize))
+    if (!KEL_VALIDATE(last + 1 < KelString::kTempBufferSize)) {
+        empty();
         return;
+    }
     *this = KelString(chars, 0, last);
 }
 

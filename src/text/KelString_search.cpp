@@ -5,49 +5,44 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
-#include <cwctype>
 #include <string>
 #include <string_view>
+
+#include "platform/unicode_class.h"
 
 namespace {
 
 // Whether every character satisfies `test`; `whenEmpty` for the empty text.
-bool allCharacters(const wchar_t* text, int (*test)(wint_t), bool whenEmpty) {
+bool allCharacters(const wchar_t* text, bool (*test)(wchar_t), bool whenEmpty) {
     if (*text == L'\0')
         return whenEmpty;
     for (; *text != L'\0'; ++text) {
-        if (!test(static_cast<wint_t>(*text)))
+        if (!test(*text))
             return false;
     }
     return true;
-}
-
-int isAlnum(wint_t c) {
-    return std::iswalnum(c);
-}
-int isAlpha(wint_t c) {
-    return std::iswalpha(c);
-}
-int isDigit(wint_t c) {
-    return std::iswdigit(c);
 }
 
 }  // namespace
 
 // ----- content tests ----------------------------------------------------------------
 
+// The classes are the Windows runtime's (iswalnum, iswalpha, iswdigit) from
+// the library's own Unicode tables, so that they do not depend on the C
+// library's current locale and are the same on every system.
+
 bool KelString::IsAlphaNumeric() const {
-    return allCharacters(getStringW(), isAlnum, true);
+    return allCharacters(getStringW(), kel::detail::isWideAlphaNumeric, true);
 }
 
 bool KelString::IsAlphabetic() const {
-    return allCharacters(getStringW(), isAlpha, true);
+    return allCharacters(getStringW(), kel::detail::isWideAlphabetic, true);
 }
 
 bool KelString::IsNumeric() const {
     // Deliberate: the empty text is not numeric although it is alphabetic
     // and alphanumeric; callers use this to reject empty number fields.
-    return allCharacters(getStringW(), isDigit, false);
+    return allCharacters(getStringW(), kel::detail::isWideDigit, false);
 }
 
 KelString KelString::strRev() const {

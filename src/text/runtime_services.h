@@ -19,6 +19,17 @@ long long currentTime();
 // system's time-zone rules; false when the system cannot convert it.
 bool localCalendarTime(long long time, struct tm& result);
 
+// The runtime's time zone, as its _tzset leaves it (from TZ when that is
+// set): the bias of standard time in seconds west of UTC, the bias added to
+// it in daylight time (-3600 for most zones) and the two names.
+struct TimeZone {
+    long standardBias = 0;
+    long daylightBias = -3600;
+    std::string standardName;
+    std::string daylightName;
+};
+TimeZone currentTimeZone();
+
 // The value of an environment variable; false when it is not set. The
 // narrow form passes names and values in the narrow code page.
 bool environmentValue(const std::string& name, std::string& value);

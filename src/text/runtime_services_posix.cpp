@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 #include "platform/code_page.h"
@@ -24,6 +25,37 @@ long long currentTime() {
 bool localCalendarTime(long long time, struct tm& result) {
     const time_t t = static_cast<time_t>(time);
     return localtime_r(&t, &result) != nullptr;
+}
+
+TimeZone currentTimeZone() {
+    ::tzset();
+    TimeZone zone;
+    zone.standardBias = static_cast<long>(::timezone);
+    zone.standardName = ::tzname[0] != nullptr ? ::tzname[0] : "";
+    zone.daylightName = ::tzname[1] != nullptr ? ::tzname[1] : "";
+    // The C library keeps no daylight bias: it is the offset of a moment of
+    // this year that falls in daylight time, if any does.
+    const time_t now = std::time(nullptr);
+    struct tm local = {};
+    if (::daylight != 0 && localtime_r(&now, &local) != nullptr) {
+        const int year = local.tm_year;
+        for (int month = 0; month < 12; ++month) {
+            struct tm probe = {};
+            probe.tm_year = year;
+            probe.tm_mon = month;
+            probe.tm_mday = 15;
+            probe.tm_hour = 12;
+            probe.tm_isdst = -1;
+            const time_t t = std::mktime(&probe);
+            struct tm back = {};
+            if (t != static_cast<time_t>(-1) && localtime_r(&t, &back) != nullptr &&
+                back.tm_isdst > 0) {
+                zone.daylightBias = -back.tm_gmtoff - zone.standardBias;
+                break;
+            }
+        }
+    }
+    return zone;
 }
 
 bool environmentValue(const std::string& name, std::string& value) {

@@ -7,6 +7,8 @@
 
 #include <oleauto.h>
 
+#include <ctime>
+#include <string>
 #include <vector>
 
 namespace kel::detail::services {
@@ -49,6 +51,21 @@ bool localCalendarTime(long long time, struct tm& result) {
         return true;
     }
     return runtimeLocalTime(time, result);
+}
+
+// The runtime's own globals, which every C runtime of Windows exports (the
+// _get_ functions are missing from the oldest one).
+TimeZone currentTimeZone() {
+    _tzset();
+    TimeZone zone;
+    zone.standardBias = _timezone;
+    // A zone with daylight time but a bias of 0 takes the runtime's default
+    // of -3600: some runtimes (Wine's) keep the bias of the previous zone
+    // when TZ changes.
+    zone.daylightBias = _daylight != 0 && _dstbias == 0 ? -3600 : _dstbias;
+    zone.standardName = _tzname[0] != nullptr ? _tzname[0] : "";
+    zone.daylightName = _tzname[1] != nullptr ? _tzname[1] : "";
+    return zone;
 }
 
 bool environmentValue(const std::string& name, std::string& value) {

@@ -15,6 +15,7 @@
 
 #include "platform/code_page.h"
 #include "platform/invalid_parameter.h"
+#include "platform/unicode_class.h"
 #include "platform/utf.h"
 #include "text/runtime_services.h"
 
@@ -538,17 +539,21 @@ std::string exponentForm(const std::string& digits, int exponent) {
 }
 
 // The decimal form; `exponent` lies between -1 and the digit count - 1.
+// The fraction has as many digits as the count leaves after the integral
+// part, and a decimal point is written only when that is at least one
+// ("-123456789012" for 12 digits, "1.0000" for 5 digits of 1.0).
 std::string decimalForm(const std::string& digits, int exponent) {
     if (exponent < 0)
         return "0." + digits;
     const size_t whole = static_cast<size_t>(exponent) + 1;
-    // Deliberate: an integral result keeps its decimal point
-    // ("-123456789012."), as the runtime writes it and callers parse it.
+    if (whole >= digits.size())
+        return digits;
     return digits.substr(0, whole) + '.' + digits.substr(whole);
 }
 
-// Drops the zeros that end the fraction (before any exponent), keeping the
-// decimal point.
+// Drops the zeros that end the fraction (before any exponent). Deliberate:
+// the decimal point stays ("1." for 5 digits of 1.0), as the runtime leaves
+// it and callers parse it.
 void dropTrailingZeros(std::string& text) {
     const size_t point = text.find('.');
     if (point == std::string::npos)
@@ -595,8 +600,11 @@ errno_t gcvt(char* buffer, size_t size, double value, int digits) {
 
 namespace {
 
+// White space as the runtime's iswspace has it, whatever the C library's
+// locale: "\t" to "\r", the space, U+0085 and Unicode's separators (the
+// no-break space, the ideographic space U+3000, ...).
 bool isBlank(wchar_t c) {
-    return c == L' ' || (c >= L'\t' && c <= L'\r');
+    return isWideSpace(c);
 }
 
 // Leading blanks, a sign, then decimal digits, saturating at the limits.

@@ -96,11 +96,15 @@ template <typename Char>
 errno_t longToText(long value, Char* buffer, size_t size, int radix);
 
 // _gcvt_s: `digits` significant digits in decimal form when the exponent
-// allows (-1 <= exponent < digits), else in exponent form; trailing zeros
-// of the fraction are dropped, the decimal point is kept.
+// allows (-1 <= exponent < digits), else in exponent form. A decimal point
+// is written only when the digits leave room for a fraction digit; zeros
+// ending the fraction are dropped, the point is kept ("1." for 5 digits of
+// 1.0, "100" for 3 digits of 100.0).
 errno_t gcvt(char* buffer, size_t size, double value, int digits);
 
-// _wtoi, _wtoi64, _wtol, _wtof: leading white space, an optional sign,
+// _wtoi, _wtoi64, _wtol, _wtof: leading white space (the runtime's
+// iswspace, Unicode's separators included, whatever the locale), an
+// optional sign,
 // digits up to the first other character; integers saturate at the limits
 // of their type on overflow.
 int textToInt(const wchar_t* text);

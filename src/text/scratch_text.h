@@ -2,12 +2,12 @@
 //
 // The buffer holds 524,288 characters, terminator included. A result that
 // does not fit is reported once through the invalid-parameter handler, as
-// the runtime's bounded append would, and the caller then leaves its value
-// as it was.
+// the runtime's bounded append would, and leaves the buffer emptied: the
+// caller assigns that empty text.
 //
 //   ScratchText out(buffer, KelString::kTempBufferSize);
 //   out.append(text, n);
-//   if (out.ok()) assign(out.data(), out.length());
+//   assign(out.data(), out.length());   // "" when it did not fit
 
 #ifndef KEL_TEXT_SCRATCH_TEXT_H
 #define KEL_TEXT_SCRATCH_TEXT_H

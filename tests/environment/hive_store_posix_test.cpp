@@ -1,6 +1,7 @@
 // The hive files of the POSIX configuration store: where they are, what
 // happens to read-only, damaged and foreign files, several processes writing
-// at once, and writers killed in the middle of their work.
+// at once, writers killed in the middle of their work, and when what is
+// written reaches the disk.
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,7 @@
 #include "environment/hive_store.h"
 #include "hive_test_support.h"
 #include "support/isolation.h"
+#include "sync_recorder.h"
 
 namespace fs = std::filesystem;
 using namespace kel::detail;
@@ -95,21 +97,21 @@ struct Child {
     int output = -1;
 };
 
-Child spawnWriter(const std::string& dir, const std::string& prefix, long count, bool report) {
+// Starts hive_writer on `dir` with `count` values named `prefix`<i>, and
+// the given options; its standard output comes through `output`.
+Child spawnWriter(const std::string& dir, const std::string& prefix, long count,
+                  const std::vector<std::string>& options) {
     int pipeFds[2] = {-1, -1};
-    if (report && pipe(pipeFds) != 0)
+    if (pipe(pipeFds) != 0)
         return {};
     std::vector<std::string> args = {KEL_HIVE_WRITER, dir, "Software\\KelTest", prefix,
                                      std::to_string(count)};
-    if (report)
-        args.push_back("--report");
+    args.insert(args.end(), options.begin(), options.end());
     const pid_t pid = fork();
     if (pid == 0) {
-        if (report) {
-            dup2(pipeFds[1], STDOUT_FILENO);
-            close(pipeFds[0]);
-            close(pipeFds[1]);
-        }
+        dup2(pipeFds[1], STDOUT_FILENO);
+        close(pipeFds[0]);
+        close(pipeFds[1]);
         std::vector<char*> argv;
         for (std::string& arg : args)
             argv.push_back(arg.data());
@@ -117,9 +119,25 @@ Child spawnWriter(const std::string& dir, const std::string& prefix, long count,
         execv(argv[0], argv.data());
         _exit(127);
     }
-    if (report)
-        close(pipeFds[1]);
-    return {pid, report ? pipeFds[0] : -1};
+    close(pipeFds[1]);
+    return {pid, pipeFds[0]};
+}
+
+Child spawnWriter(const std::string& dir, const std::string& prefix, long count) {
+    return spawnWriter(dir, prefix, count, std::vector<std::string>{});
+}
+
+std::string readAll(int fd) {
+    std::string text;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(fd, buffer, sizeof buffer)) != 0) {
+        if (n > 0)
+            text.append(buffer, static_cast<size_t>(n));
+        else if (errno != EINTR)
+            break;
+    }
+    return text;
 }
 
 int waitFor(pid_t pid) {
@@ -127,6 +145,42 @@ int waitFor(pid_t pid) {
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     return status;
+}
+
+// The exit status of a helper and what it printed.
+struct Finished {
+    int status = -1;
+    std::string output;
+    bool exitedWith(int code) const { return WIFEXITED(status) && WEXITSTATUS(status) == code; }
+};
+
+Finished finish(Child& child) {
+    Finished result;
+    if (child.output >= 0) {
+        result.output = readAll(child.output);
+        close(child.output);
+        child.output = -1;
+    }
+    result.status = waitFor(child.pid);
+    return result;
+}
+
+// Runs hive_writer to its end: its values are then at rest in `dir`.
+void writeInAnotherProcess(const std::string& dir, const std::string& prefix, long count) {
+    Child child = spawnWriter(dir, prefix, count);
+    ASSERT_GT(child.pid, 0);
+    const Finished done = finish(child);
+    ASSERT_TRUE(done.exitedWith(0)) << "status " << done.status;
+}
+
+off_t fileSize(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 ? st.st_size : -1;
+}
+
+// The hive's log: absent or empty once every value is in the database file.
+bool logIsEmpty(const std::string& hive) {
+    return fileSize(hive + "-wal") <= 0;
 }
 
 // Reads whole lines from `fd` until `wanted` numbers have arrived (or the
@@ -164,11 +218,62 @@ TEST(HiveFiles, HivesAreFilesInKelRegistryDir) {
 }
 
 TEST(HiveFiles, ReadingCreatesNoFile) {
-    KelString value;
+    KelString value(L"previous");
     EXPECT_EQ(KelRegistry::getRegValueCurrentUser(kKey.c_str(), L"v", value, 0), 0);
     EXPECT_EQ(KelRegistry::getRegValue(kKey.c_str(), L"v", value, 0, false), 0);
+    EXPECT_EQ(text(value), L"previous");
+    // The classes read asks for every right, writing included: still no file.
+    EXPECT_EQ(KelRegistry::getRegValueClassesRoot(L"KelTest", L"", value), 0);
+    EXPECT_EQ(text(value), L"previous");
+    EXPECT_EQ(KelRegistry::getCurrentCultureId(), 9ul);
+    EXPECT_EQ(text(KelRegistry::getPathData(false)), L"");
+    EXPECT_EQ(text(KelRegistry::getDatabaseConnectionsString(L"x")), L"");
+    HiveKeyHolder key;
+    EXPECT_EQ(openKey(Hive::Machine, kKey, kKeyAllAccess, key.key), kErrorFileNotFound);
+    bool opened = true;
+    unsigned long size = 0;
+    EXPECT_EQ(readValue(Hive::User, kKey, kKeyAllAccess, L"v", nullptr, nullptr, &size, opened),
+              kErrorFileNotFound);
+    EXPECT_FALSE(opened);
     EXPECT_TRUE(fs::is_empty(registryDir()));
+}
+
+TEST(HiveFiles, TheRootOfAHiveWithoutAFileOpensAndItsFirstChangeCreatesTheFile) {
+    HiveKeyHolder root;
+    ASSERT_EQ(openKey(Hive::Classes, L"", kKeyAllAccess, root.key), kErrorSuccess);
+    std::vector<HiveValue> values;
+    EXPECT_EQ(enumValues(root.key, values), kErrorSuccess);
+    EXPECT_TRUE(values.empty());
+    std::vector<std::wstring> names;
+    EXPECT_EQ(enumSubKeys(root.key, names), kErrorSuccess);
+    EXPECT_TRUE(names.empty());
+    unsigned long size = 0;
+    EXPECT_EQ(queryValue(root.key, L"", nullptr, nullptr, &size), kErrorFileNotFound);
+    EXPECT_EQ(deleteValue(root.key, L""), kErrorFileNotFound);
+    KelString value(L"previous");
+    EXPECT_EQ(KelRegistry::getRegValueClassesRoot(L"", L"", value), 1);
     EXPECT_EQ(text(value), L"");
+    EXPECT_TRUE(fs::is_empty(registryDir()));
+
+    const std::vector<unsigned char> data = textToValueData(L"root", true);
+    ASSERT_EQ(setValue(root.key, L"", kRegSz, data.data(), static_cast<unsigned long>(data.size())),
+              kErrorSuccess);
+    EXPECT_TRUE(fs::exists(registryDir() + "/classes.db"));
+    EXPECT_EQ(KelRegistry::getRegValueClassesRoot(L"", L"", value), 1);
+    EXPECT_EQ(text(value), L"root");
+    EXPECT_EQ(enumValues(root.key, values), kErrorSuccess);
+    EXPECT_EQ(values.size(), 1u);
+}
+
+TEST(HiveFiles, ReadingAnEmptyFileLeavesItEmpty) {
+    writeBytes(registryDir() + "/user.db", "");
+    KelString value(L"previous");
+    EXPECT_EQ(KelRegistry::getRegValueCurrentUser(kKey.c_str(), L"v", value, 0), 0);
+    EXPECT_EQ(KelRegistry::getCurrentCultureId(), 9ul);
+    HiveKeyHolder root;
+    EXPECT_EQ(openKey(Hive::User, L"", kKeyAllAccess, root.key), kErrorSuccess);
+    EXPECT_EQ(fileSize(registryDir() + "/user.db"), 0);
+    EXPECT_TRUE(logIsEmpty(registryDir() + "/user.db"));
 }
 
 TEST(HiveFiles, DirectoryIsCreatedOnFirstWrite) {
@@ -208,45 +313,55 @@ TEST(HiveFiles, ChangingKelRegistryDirReachesOtherHives) {
 
 // ----- files replaced behind the store's back ---------------------------------------------
 
-TEST(HiveFiles, HiveFileCopiedWithoutItsLogHoldsEveryValue) {
-    for (int i = 0; i < 20; ++i)
-        KelRegistry::setRegValueCurrentUser(kKey.c_str(), std::to_wstring(i).c_str(), i);
+TEST(HiveFiles, OnceTheWriterHasEndedTheHiveFileAloneHoldsEveryValue) {
+    writeInAnotherProcess(registryDir(), "v", 300);
+    EXPECT_TRUE(logIsEmpty(registryDir() + "/user.db"));
     const std::string copy = kel::test::tempDir() + "/copy";
     fs::create_directories(copy);
-    fs::copy_file(registryDir() + "/user.db", copy + "/machine.db");
+    fs::copy_file(registryDir() + "/user.db", copy + "/user.db");
     kel::test::setEnv("KEL_REGISTRY_DIR", copy.c_str());
+    for (int i = 0; i < 300; ++i)
+        ASSERT_EQ(readUserText(kKey, L"v" + std::to_wstring(i)), L"value-" + std::to_wstring(i));
+}
+
+TEST(HiveFiles, WhileTheWriterRunsItsLatestValuesMayBeInTheLogAlone) {
+    // This process still has the hive open: its writes are durable in the
+    // log, and the database file catches up when the process ends.
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(KelRegistry::setRegValueCurrentUser(kKey.c_str(), std::to_wstring(i).c_str(), i),
+                  1);
+    EXPECT_GT(fileSize(registryDir() + "/user.db-wal"), 0);
     for (int i = 0; i < 20; ++i) {
-        unsigned long value = 99;
+        int value = -1;
         EXPECT_EQ(
-            KelRegistry::getRegValue(kKey.c_str(), std::to_wstring(i).c_str(), value, 0, false), 1);
-        EXPECT_EQ(value, static_cast<unsigned long>(i));
+            KelRegistry::getRegValueCurrentUser(kKey.c_str(), std::to_wstring(i).c_str(), value, 0),
+            1);
+        EXPECT_EQ(value, i);
     }
 }
 
+// A hive replaced while no process writes to it (its log empty), as an
+// administrator restores a copy: a process that has it open reads the new
+// file.
 TEST(HiveFiles, ReplacedHiveFileIsNoticed) {
-    KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"v", KelString(L"old"));
-    EXPECT_EQ(readUserText(kKey, L"v"), L"old");
-    // Another hive, written elsewhere, renamed over this one.
+    writeInAnotherProcess(registryDir(), "old", 1);
+    EXPECT_EQ(readUserText(kKey, L"old0"), L"value-0");
     const std::string other = kel::test::tempDir() + "/other";
-    kel::test::setEnv("KEL_REGISTRY_DIR", other.c_str());
-    KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"v", KelString(L"new"));
-    kel::test::setEnv("KEL_REGISTRY_DIR", registryDir().c_str());
+    writeInAnotherProcess(other, "new", 1);
     fs::rename(other + "/user.db", registryDir() + "/user.db");
-    EXPECT_EQ(readUserText(kKey, L"v"), L"new");
+    EXPECT_EQ(readUserText(kKey, L"new0"), L"value-0");
+    EXPECT_EQ(readUserText(kKey, L"old0"), L"<none>");
 }
 
 TEST(HiveFiles, HiveFileOverwrittenInPlaceIsNoticed) {
-    KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"v", KelString(L"old"));
-    EXPECT_EQ(readUserText(kKey, L"v"), L"old");
+    writeInAnotherProcess(registryDir(), "old", 1);
+    EXPECT_EQ(readUserText(kKey, L"old0"), L"value-0");
     const std::string other = kel::test::tempDir() + "/other";
-    kel::test::setEnv("KEL_REGISTRY_DIR", other.c_str());
-    KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"v", KelString(L"newer text"));
-    KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"w", KelString(L"more"));
-    kel::test::setEnv("KEL_REGISTRY_DIR", registryDir().c_str());
+    writeInAnotherProcess(other, "new", 2);
     fs::copy_file(other + "/user.db", registryDir() + "/user.db",
                   fs::copy_options::overwrite_existing);
-    EXPECT_EQ(readUserText(kKey, L"v"), L"newer text");
-    EXPECT_EQ(readUserText(kKey, L"w"), L"more");
+    EXPECT_EQ(readUserText(kKey, L"new1"), L"value-1");
+    EXPECT_EQ(readUserText(kKey, L"old0"), L"<none>");
 }
 
 TEST(HiveFiles, RemovedHiveFileStartsAfresh) {
@@ -368,18 +483,28 @@ TEST(HiveFiles, BadKeyPaths) {
 
 // ----- processes --------------------------------------------------------------------------------
 
-TEST(HiveProcesses, FourWritersAtOnceLoseNothing) {
+TEST(HiveProcesses, FourWritersAndAReaderLoseNothingAndLeaveEverythingInTheHiveFile) {
     constexpr int kWriters = 4;
     constexpr long kValues = 2000;
     std::vector<Child> children;
     for (int w = 0; w < kWriters; ++w)
-        children.push_back(
-            spawnWriter(registryDir(), "w" + std::to_string(w) + "-", kValues, false));
-    for (const Child& child : children) {
+        children.push_back(spawnWriter(registryDir(), "w" + std::to_string(w) + "-", kValues));
+    children.push_back(spawnWriter(registryDir(), "w0-", 20000, {"--read"}));
+    for (Child& child : children) {
         ASSERT_GT(child.pid, 0);
-        const int status = waitFor(child.pid);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+        const Finished done = finish(child);
+        EXPECT_TRUE(done.exitedWith(0)) << "status " << done.status;
     }
+    // No process has the hive open: the database file alone holds every
+    // value, the log is empty.
+    const std::string hive = registryDir() + "/user.db";
+    EXPECT_TRUE(logIsEmpty(hive)) << fileSize(hive + "-wal") << " bytes in the log";
+    const std::string copy = kel::test::tempDir() + "/copy";
+    fs::create_directories(copy);
+    fs::copy_file(hive, copy + "/user.db");
+    EXPECT_EQ(integrityCheck(copy + "/user.db"), "ok");
+    kel::test::setEnv("KEL_REGISTRY_DIR", copy.c_str());
+
     HiveKeyHolder key;
     ASSERT_EQ(openKey(Hive::User, kKey, kKeyRead, key.key), 0u);
     std::vector<HiveValue> values;
@@ -396,14 +521,13 @@ TEST(HiveProcesses, FourWritersAtOnceLoseNothing) {
     }
     for (long i = 0; i < kValues; i += 97)
         EXPECT_EQ(readUserText(kKey, L"w3-" + std::to_wstring(i)), L"value-" + std::to_wstring(i));
-    EXPECT_EQ(integrityCheck(registryDir() + "/user.db"), "ok");
 }
 
 TEST(HiveProcesses, WriterKilledMidLoopLosesNoCommittedValue) {
     std::mt19937 random(20240611);
     for (int round = 0; round < 20; ++round) {
         const std::string dir = kel::test::tempDir() + "/killed" + std::to_string(round);
-        Child child = spawnWriter(dir, "v", 1000000, true);
+        Child child = spawnWriter(dir, "v", 1000000, {"--report"});
         ASSERT_GT(child.pid, 0);
         std::string pending;
         std::vector<long> committed =
@@ -444,4 +568,123 @@ TEST(HiveProcesses, ChildAfterForkUsesItsOwnConnection) {
     EXPECT_EQ(readUserText(kKey, L"child"), L"c");
     EXPECT_EQ(KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"parent", KelString(L"again")), 1);
     EXPECT_EQ(readUserText(kKey, L"parent"), L"again");
+}
+
+// ----- durability ----------------------------------------------------------------------
+
+// The numbers in hive_writer's last line: "writes W unsynced U logSyncs L
+// databaseSyncs D".
+struct WriterSummary {
+    long writes = -1;
+    long unsynced = -1;
+    long logSyncs = -1;
+    long databaseSyncs = -1;
+};
+
+WriterSummary summaryOf(const std::string& output) {
+    WriterSummary summary;
+    const size_t start = output.rfind("writes ");
+    if (start != std::string::npos)
+        std::sscanf(output.c_str() + start,
+                    "writes %ld unsynced %ld logSyncs %ld databaseSyncs %ld", &summary.writes,
+                    &summary.unsynced, &summary.logSyncs, &summary.databaseSyncs);
+    return summary;
+}
+
+TEST(HiveDurability, EachCommitSynchronisesTheLogOnceAndNothingElse) {
+    kel::test::installSyncRecorder();
+    // The first write creates the hive and the log, whose header is
+    // synchronised on its own.
+    ASSERT_EQ(KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"first", 0), 1);
+    EXPECT_EQ(kel::test::unsyncedLogs(), 0);
+    for (int i = 0; i < 100; ++i) {
+        const kel::test::SyncCounts before = kel::test::syncCounts();
+        ASSERT_EQ(KelRegistry::setRegValueCurrentUser(
+                      kKey.c_str(), (L"v" + std::to_wstring(i)).c_str(), KelString(L"some text")),
+                  1);
+        const kel::test::SyncCounts after = kel::test::syncCounts();
+        EXPECT_EQ(after.logSyncs - before.logSyncs, 1) << "write " << i;
+        EXPECT_EQ(after.databaseSyncs - before.databaseSyncs, 0) << "write " << i;
+        EXPECT_EQ(after.databaseWrites - before.databaseWrites, 0) << "write " << i;
+        EXPECT_GT(after.logWrites - before.logWrites, 0) << "write " << i;
+        EXPECT_EQ(kel::test::unsyncedLogs(), 0) << "write " << i;
+    }
+    // Reads synchronise nothing.
+    const kel::test::SyncCounts before = kel::test::syncCounts();
+    EXPECT_EQ(readUserText(kKey, L"v7"), L"some text");
+    const kel::test::SyncCounts after = kel::test::syncCounts();
+    EXPECT_EQ(after.logSyncs + after.databaseSyncs, before.logSyncs + before.databaseSyncs);
+}
+
+TEST(HiveDurability, EveryWriteIsOnDiskWhenItReturnsWhileOtherProcessesWriteAndRead) {
+    kel::test::installSyncRecorder();
+    ASSERT_EQ(KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"first", 0), 1);
+    std::vector<Child> writers;
+    for (int w = 0; w < 2; ++w)
+        writers.push_back(spawnWriter(registryDir(), "other" + std::to_string(w) + "-", 300,
+                                      {"--check-durable"}));
+    Child reader = spawnWriter(registryDir(), "other0-", 30000, {"--read"});
+    long unsynced = 0;
+    long logSyncs = 0;
+    constexpr int kWrites = 300;
+    for (int i = 0; i < kWrites; ++i) {
+        const kel::test::SyncCounts before = kel::test::syncCounts();
+        ASSERT_EQ(KelRegistry::setRegValueCurrentUser(
+                      kKey.c_str(), (L"mine" + std::to_wstring(i)).c_str(), KelString(L"value")),
+                  1);
+        unsynced += kel::test::unsyncedLogs() != 0;
+        logSyncs += kel::test::syncCounts().logSyncs - before.logSyncs >= 1;
+    }
+    EXPECT_EQ(unsynced, 0) << "writes that returned before their data was on disk";
+    EXPECT_EQ(logSyncs, kWrites) << "writes that synchronised no log";
+    for (Child& writer : writers) {
+        const Finished done = finish(writer);
+        EXPECT_TRUE(done.exitedWith(0)) << done.output;
+        const WriterSummary summary = summaryOf(done.output);
+        EXPECT_EQ(summary.writes, 300) << done.output;
+        EXPECT_EQ(summary.unsynced, 0) << done.output;
+        EXPECT_GE(summary.logSyncs, 300) << done.output;
+    }
+    EXPECT_TRUE(finish(reader).exitedWith(0));
+    for (int i = 0; i < kWrites; i += 29)
+        EXPECT_EQ(readUserText(kKey, L"mine" + std::to_wstring(i)), L"value");
+}
+
+// ----- damaged pages --------------------------------------------------------------------
+
+// A hive of several pages at rest, as a process that has ended leaves it.
+std::string restingHive(const std::string& dir) {
+    writeInAnotherProcess(dir, "v", 400);
+    return readBytes(dir + "/user.db");
+}
+
+TEST(HiveFiles, DamagedPagesUnderAnIntactHeaderAreFoundAtOpenAndNeverWritten) {
+    const std::string original = restingHive(kel::test::tempDir() + "/original");
+    const size_t pageSize =
+        (static_cast<unsigned char>(original[16]) << 8) | static_cast<unsigned char>(original[17]);
+    ASSERT_EQ(original.size() % pageSize, 0u);
+    const size_t pages = original.size() / pageSize;
+    ASSERT_GE(pages, 4u);
+    for (size_t page = 2; page <= pages; ++page) {
+        const std::string dir = kel::test::tempDir() + "/damaged" + std::to_string(page);
+        fs::create_directories(dir);
+        std::string bytes = original;
+        const std::string noise = randomBytes(pageSize, static_cast<unsigned>(page));
+        bytes.replace((page - 1) * pageSize, pageSize, noise);
+        writeBytes(dir + "/user.db", bytes);
+        kel::test::setEnv("KEL_REGISTRY_DIR", dir.c_str());
+
+        KelString value(L"previous");
+        EXPECT_EQ(KelRegistry::getRegValueCurrentUser(kKey.c_str(), L"v1", value, 0), 0)
+            << "page " << page;
+        EXPECT_EQ(text(value), L"previous");
+        EXPECT_EQ(KelRegistry::setRegValueCurrentUser(kKey.c_str(), L"v1", KelString(L"x")), 0)
+            << "page " << page;
+        EXPECT_EQ(KelRegistry::setRegValueCurrentUser((kKey + L"\\New").c_str(), L"n", 1), 0);
+        HiveKeyHolder key;
+        EXPECT_EQ(createKey(Hive::User, kKey + L"\\Other", kKeyAllAccess, key.key), kErrorBadDb);
+        EXPECT_EQ(openKey(Hive::User, kKey, kKeyRead, key.key), kErrorBadDb);
+        EXPECT_TRUE(readBytes(dir + "/user.db") == bytes) << "page " << page << " was written";
+        EXPECT_TRUE(logIsEmpty(dir + "/user.db")) << "page " << page;
+    }
 }

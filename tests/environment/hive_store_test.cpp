@@ -71,6 +71,22 @@ TEST_F(HiveStore, NonAsciiNamesIgnoreCase) {
                                     L"\u00E9COLE", type, data));
 }
 
+TEST_F(HiveStore, NamesIgnoreCaseInEveryScript) {
+    putText(Hive::User, kRoot + L"\\\u0218tefan \u01CDbc \u1F08\u03C1\u03C7\u03AE",
+            L"\u0219\u01CE\u1F00", L"x");
+    EXPECT_TRUE(keyExists(Hive::User, kRoot + L"\\\u0219TEFAN \u01CEBC \u1F00\u03A1\u03A7\u0389"));
+    unsigned long type = 0;
+    std::vector<unsigned char> data;
+    EXPECT_TRUE(kel::test::getValue(Hive::User,
+                                    kRoot + L"\\\u0219tefan \u01CEbc \u1F00\u03C1\u03C7\u03AE",
+                                    L"\u0218\u01CD\u1F08", type, data));
+    HiveKeyHolder key;
+    ASSERT_EQ(openKey(Hive::User, kRoot, kKeyRead, key.key), 0u);
+    std::vector<std::wstring> names;
+    ASSERT_EQ(enumSubKeys(key.key, names), 0u);
+    EXPECT_EQ(names, std::vector<std::wstring>{L"\u0218tefan \u01CDbc \u1F08\u03C1\u03C7\u03AE"});
+}
+
 TEST_F(HiveStore, ValueNamesIgnoreCaseAndKeepTheFirstSpelling) {
     putText(Hive::User, kRoot, L"MixedName", L"one");
     putText(Hive::User, kRoot, L"MIXEDNAME", L"two");

@@ -3,9 +3,12 @@
 #include <string>
 #include <vector>
 
+#include <kel/Kel.h>
+
 #include "environment/hive_store.h"
 #include "environment/reg_file.h"
 #include "platform/utf.h"
+#include "support/system.h"
 
 using namespace kel::detail;
 
@@ -108,7 +111,9 @@ TEST(RegFile, CommentsAndBlankLinesAreSkipped) {
 }
 
 TEST(RegFile, ErrorsNameTheLine) {
-    EXPECT_NE(parseError("REGEDIT4\r\n").find(L"line 1"), std::wstring::npos);
+    EXPECT_NE(parseError("REGEDIT5\r\n").find(L"line 1"), std::wstring::npos);
+    EXPECT_NE(parseError("\r\n\r\nWindows Registry Editor\r\n").find(L"line 3"),
+              std::wstring::npos);
     EXPECT_NE(parseError("").find(L"not a registry file"), std::wstring::npos);
     EXPECT_NE(parseError(kHeader + "\"v\"=\"x\"\r\n").find(L"line 3"), std::wstring::npos);
     const std::string key = kHeader + "[HKEY_CURRENT_USER\\X]\r\n";
@@ -157,6 +162,143 @@ TEST(RegFile, FormatsAsTheEditorDoes) {
               L"\r\n"
               L"[HKEY_CURRENT_USER\\Software\\Test\\Sub]\r\n"
               L"\r\n");
+}
+
+TEST(RegFile, CommentLinesInsideContinuedHexDataAreSkipped) {
+    const RegFile file = parseOk(kHeader +
+                                 "[HKEY_CURRENT_USER\\X]\r\n"
+                                 "\"v\"=hex:01,02,\\\r\n"
+                                 "; a comment between the lines\r\n"
+                                 "  ;another one\r\n"
+                                 "  03,04\r\n"
+                                 "\"w\"=dword:00000005\r\n");
+    ASSERT_EQ(file.keys[0].values.size(), 2u);
+    EXPECT_EQ(file.keys[0].values[0].data, bytes({1, 2, 3, 4}));
+    EXPECT_EQ(file.keys[0].values[1].data, bytes({5, 0, 0, 0}));
+}
+
+// Wine's regedit takes these too.
+TEST(RegFile, ACommentAfterDataEndsTheLine) {
+    const RegFile file = parseOk(kHeader +
+                                 "[HKEY_CURRENT_USER\\X]\r\n"
+                                 "\"d\"=dword:00000010 ; sixteen\r\n"
+                                 "\"b\"=hex:01,02;two bytes\r\n"
+                                 "\"e\"=hex(2):41,00,00,00 ; A\r\n"
+                                 "\"s\"=\"a;b\" ; the quotes keep their semicolon\r\n");
+    const std::vector<RegFileValue>& values = file.keys[0].values;
+    ASSERT_EQ(values.size(), 4u);
+    EXPECT_EQ(values[0].data, bytes({0x10, 0, 0, 0}));
+    EXPECT_EQ(values[1].data, bytes({1, 2}));
+    EXPECT_EQ(values[2].data, bytes({'A', 0, 0, 0}));
+    EXPECT_EQ(values[3].data, textToValueData(L"a;b", true));
+    parseError(kHeader + "[HKEY_CURRENT_USER\\X]\r\n\"s\"=\"a\" b ; c\r\n");
+}
+
+TEST(RegFile, ReadsRegedit4FilesAndTheirNarrowTextData) {
+    std::string eAcute;
+    if (!kel::test::narrowSample(kelGetNarrowCodePage(), L"\u00E9", eAcute))
+        GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
+    std::string hexAcute;
+    for (unsigned char c : eAcute) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, "%02x,", c);
+        hexAcute += digits;
+    }
+    const RegFile file = parseOk(
+        "REGEDIT4\r\n\r\n"
+        "; written by an older editor\r\n"
+        "[HKEY_CURRENT_USER\\Software\\Caf" +
+        eAcute +
+        "]\r\n"
+        "\"Name\"=\"caf" +
+        eAcute +
+        "\"\r\n"
+        "\"Expand\"=hex(2):25,54,25," +
+        hexAcute +
+        "\\\r\n"
+        "  00\r\n"
+        "\"Multi\"=hex(7):61,00,62,00,00\r\n"
+        "\"Text\"=hex(1):41,42,00\r\n"
+        "\"Binary\"=hex:41,42,00\r\n"
+        "\"None\"=hex(0):41,42\r\n"
+        "\"Number\"=dword:0000002a\r\n");
+    ASSERT_EQ(file.keys.size(), 1u);
+    EXPECT_EQ(file.keys[0].path, L"HKEY_CURRENT_USER\\Software\\Caf\u00E9");
+    const std::vector<RegFileValue>& values = file.keys[0].values;
+    ASSERT_EQ(values.size(), 7u);
+    EXPECT_EQ(values[0].type, kRegSz);
+    EXPECT_EQ(values[0].data, textToValueData(L"caf\u00E9", true));
+    EXPECT_EQ(values[1].type, kRegExpandSz);
+    EXPECT_EQ(values[1].data, textToValueData(L"%T%\u00E9", true));
+    EXPECT_EQ(values[2].type, kRegMultiSz);
+    EXPECT_EQ(values[2].data, textToValueData(std::wstring(L"a\0b\0\0", 5), false));
+    EXPECT_EQ(values[3].type, kRegSz);
+    EXPECT_EQ(values[3].data, textToValueData(L"AB", true));
+    // Other types keep their bytes.
+    EXPECT_EQ(values[4].data, bytes({0x41, 0x42, 0}));
+    EXPECT_EQ(values[5].data, bytes({0x41, 0x42}));
+    EXPECT_EQ(values[6].data, bytes({0x2a, 0, 0, 0}));
+}
+
+TEST(RegFile, Regedit4HeaderInAUtf16FileStillMeansNarrowTextData) {
+    const RegFile file = parseOk(
+        encodeUtf16Le(L"REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\X]\r\n\"e\"=hex(2):41,42,00\r\n"));
+    EXPECT_EQ(file.keys[0].values[0].data, textToValueData(L"AB", true));
+}
+
+TEST(RegFile, CurrentFormatTextDataIsNotConverted) {
+    const RegFile file = parseOk(kHeader + "[HKEY_CURRENT_USER\\X]\r\n\"e\"=hex(2):41,42,00\r\n");
+    EXPECT_EQ(file.keys[0].values[0].data, bytes({0x41, 0x42, 0}));
+}
+
+// The editor's rule: after each byte and its comma, a line of 77 or more
+// characters is continued ("\" and a line of two spaces). So a first line
+// holds 21 to 23 bytes depending on the length of the name, every further
+// line 25.
+TEST(RegFile, WrapsHexLinesWhereTheEditorWrapsThem) {
+    const std::vector<unsigned char> data(50, 0x33);
+    const std::wstring bytes23 =
+        L"33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,";
+    const std::wstring bytes25 = bytes23 + L"33,33,";
+    const std::wstring line2 = L"\\\r\n  " + bytes25 + L"\\\r\n  ";
+    // "n"=hex: is 8 characters: 23 bytes reach 77.
+    EXPECT_EQ(formatRegValue({L"n", false, kRegBinary, data}),
+              L"\"n\"=hex:" + bytes23 + line2 + L"33,33");
+    // 11 characters: 22 bytes.
+    EXPECT_EQ(formatRegValue({L"nnnn", false, kRegBinary, data}),
+              L"\"nnnn\"=hex:" + bytes23.substr(3) + line2 + L"33,33,33");
+    // 14 characters: 21 bytes.
+    EXPECT_EQ(formatRegValue({L"nnnnnnn", false, kRegBinary, data}),
+              L"\"nnnnnnn\"=hex:" + bytes23.substr(6) + line2 + L"33,33,33,33");
+    // A name beyond the column: one byte, then the usual lines.
+    const std::wstring longName(80, L'x');
+    EXPECT_EQ(formatRegValue({longName, false, kRegBinary, std::vector<unsigned char>(30, 0x22)}),
+              L"\"" + longName + L"\"=hex:22,\\\r\n  " +
+                  L"22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,22,"
+                  L"\\\r\n  22,22,22,22");
+    // hex(2): as the editor writes an expandable text of 21 characters.
+    EXPECT_EQ(
+        formatRegValue(
+            {L"Search", false, kRegExpandSz, textToValueData(L"%PROGRAMFILES%\\Gantrix", true)}),
+        L"\"Search\"=hex(2):25,00,50,00,52,00,4f,00,47,00,52,00,41,00,4d,00,46,00,49,00,4c,\\\r\n"
+        L"  00,45,00,53,00,25,00,5c,00,47,00,61,00,6e,00,74,00,72,00,69,00,78,00,00,00");
+    // Nothing to wrap: no continuation after the last byte.
+    EXPECT_EQ(formatRegValue({L"n", false, kRegBinary, std::vector<unsigned char>(23, 0x33)}),
+              L"\"n\"=hex:" + bytes23.substr(0, bytes23.size() - 1));
+}
+
+TEST(RegFile, ControlCharactersOtherThanLineBreaksStayInQuotes) {
+    const std::wstring text = L"tab\there \x01 \x1f \x7f end";
+    const std::wstring line = formatRegValue({L"v", false, kRegSz, textToValueData(text, true)});
+    EXPECT_EQ(line, L"\"v\"=\"" + text + L"\"");
+    const RegFile parsed = parseOk(encodeUtf16Le(
+        std::wstring(kRegFileHeader) + L"\r\n\r\n[HKEY_CURRENT_USER\\X]\r\n" + line + L"\r\n"));
+    EXPECT_EQ(parsed.keys[0].values[0].data, textToValueData(text, true));
+    // A line break would end the line: hex(1), as for text with a zero in it.
+    // (Wine's editor writes "\r" and "\n" escapes of its own instead, and
+    // cuts text at a zero.)
+    EXPECT_EQ(formatRegValue({L"v", false, kRegSz, textToValueData(L"a\rb", true)}),
+              L"\"v\"=hex(1):61,00,0d,00,62,00,00,00");
 }
 
 TEST(RegFile, WrapsLongHexLines) {

@@ -4,11 +4,13 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 
 #include "file_test_support.h"
 #include "support/isolation.h"
+#include "support/system.h"
 #include "zip_test_support.h"
 
 namespace {
@@ -180,6 +182,86 @@ TEST(KelUnzipper, EmptyArchive_CannotBeUnzipped) {
     KelUnzipper zip(widePathIn("empty.zip").c_str());
     EXPECT_EQ(zip.GetFileCount(), 0);
     EXPECT_FALSE(zip.UnzipTo(widePathIn("out").c_str()));
+}
+
+TEST(KelUnzipper, EmptyArchiveOfTwentyTwoBytes_Opens) {
+    const Bytes end = {'P', 'K', 5, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    writeAll(pathIn("bare.zip"), end);
+    KelUnzipper zip;
+    EXPECT_TRUE(zip.OpenZip(widePathIn("bare.zip").c_str()));
+    EXPECT_EQ(zip.GetFileCount(), 0);
+    EXPECT_FALSE(zip.GotoFirstFile());
+    UZ_FileInfo info;
+    EXPECT_FALSE(zip.GetFileInfo(0, info));
+    EXPECT_FALSE(zip.UnzipTo(widePathIn("out").c_str()));
+    EXPECT_FALSE(zip.Unzip());
+}
+
+// A folder beside the target that the tests' links point to.
+void expectOutsideUntouched() {
+    EXPECT_TRUE(fs::is_empty(pathIn("outside")));
+}
+
+TEST(KelUnzipper, LinkInsideTheTarget_IsNotFollowed) {
+    KEL_SKIP_ON_WINDOWS("creating links needs privileges there");
+    const std::wstring archive = makeArchive();
+    fs::create_directories(pathIn("outside"));
+    fs::create_directories(pathIn("out"));
+    // "pack" in the target is a link out of it: every entry runs through it.
+    fs::create_directory_symlink(pathIn("outside"), pathIn("out/pack"));
+    KelUnzipper zip(archive.c_str());
+    EXPECT_FALSE(zip.UnzipTo(widePathIn("out").c_str()));
+    EXPECT_FALSE(zip.UnzipFile(1, widePathIn("out").c_str()));
+    EXPECT_FALSE(zip.UnzipFile(0, widePathIn("out").c_str()));  // the folder entry too
+    expectOutsideUntouched();
+    // A link deeper down, and one in place of the file itself.
+    fs::remove(pathIn("out/pack"));
+    fs::create_directories(pathIn("out/pack"));
+    fs::create_directory_symlink(pathIn("outside"), pathIn("out/pack/doc"));
+    fs::create_symlink(pathIn("outside/victim"), pathIn("out/pack/readme.TXT"));
+    EXPECT_FALSE(zip.UnzipFile(2, widePathIn("out").c_str()));  // pack/doc/b.txt
+    EXPECT_FALSE(zip.UnzipFile(5, widePathIn("out").c_str()));  // pack/readme.TXT
+    expectOutsideUntouched();
+    EXPECT_TRUE(fs::is_symlink(pathIn("out/pack/readme.TXT")));
+    // Links outside the target are the user's business: the target itself
+    // may be one.
+    fs::create_directory_symlink(pathIn("outside"), pathIn("via"));
+    EXPECT_TRUE(zip.UnzipTo(widePathIn("via").c_str()));
+    EXPECT_EQ(readAll(pathIn("outside/pack/doc/b.txt")), bytesOf("bbbb"));
+}
+
+TEST(KelUnzipper, ExistingFile_IsReplacedNotWrittenThrough) {
+    KEL_SKIP_ON_WINDOWS("hard links are made with POSIX calls here");
+    const std::wstring archive = makeArchive();
+    fs::create_directories(pathIn("out/pack"));
+    writeAll(pathIn("elsewhere.txt"), bytesOf("keep me"));
+    fs::create_hard_link(pathIn("elsewhere.txt"), pathIn("out/pack/readme.TXT"));
+    KelUnzipper zip(archive.c_str());
+    EXPECT_TRUE(zip.UnzipTo(widePathIn("out").c_str()));
+    EXPECT_EQ(readAll(pathIn("out/pack/readme.TXT")), bytesOf("read me"));
+    EXPECT_EQ(readAll(pathIn("elsewhere.txt")), bytesOf("keep me"));
+}
+
+TEST(KelUnzipper, DamagedEntryInTheMiddle_StopsTheRunAndLeavesNoFileForIt) {
+    const std::wstring archive = makeArchive();
+    // Entry 3 (pack/doc/c.dat, 100,000 random bytes): one byte of its data
+    // changed in place.
+    KelUnzipper probe(archive.c_str());
+    UZ_FileInfo info;
+    ASSERT_TRUE(probe.GetFileInfo(3, info));
+    ASSERT_STREQ(info.szFileName, L"pack\\\\doc\\\\c.dat");
+    probe.CloseZip();
+    Bytes bytes = readAll(pathIn("pack.zip"));
+    const std::string name = "pack//doc//c.dat";
+    const auto header = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
+    ASSERT_NE(header, bytes.end());
+    *(header + static_cast<long>(name.size()) + 5000) ^= 0x20;
+    writeAll(pathIn("pack.zip"), bytes);
+    KelUnzipper zip(archive.c_str());
+    EXPECT_FALSE(zip.UnzipTo(widePathIn("out").c_str()));
+    EXPECT_EQ(readAll(pathIn("out/pack/doc/b.txt")), bytesOf("bbbb"));
+    EXPECT_FALSE(fs::exists(pathIn("out/pack/doc/c.dat")));
+    EXPECT_FALSE(fs::exists(pathIn("out/pack/readme.TXT")));  // after it, not reached
 }
 
 class UnzipperProbe : public KelUnzipper {

@@ -153,14 +153,20 @@ TEST(KelZipper, AddFolderToZip_CountsTheFolderEvenWhenItFails) {
     EXPECT_EQ(countsOf(zip).nFolderCount, 0);
 }
 
-TEST(KelZipper, AddFolderToZip_OfTheRootFolder_AddsItsChildrenAndLeavesTheArchiveOut) {
+TEST(KelZipper, AddFolderToZip_OfTheRootFolderItself_FailsAndIsCounted) {
     makeTree();
     const std::wstring root = widePathIn("data");
-    KelZipper zip((root + L"/out.zip").c_str(), root.c_str(), false);
-    EXPECT_TRUE(zip.AddFolderToZip(root.c_str(), false));
+    KelZipper zip(widePathIn("out.zip").c_str(), root.c_str(), false);
+    EXPECT_FALSE(zip.AddFolderToZip(root.c_str(), false));
+    EXPECT_FALSE(zip.AddFolderToZip((root + L"\\").c_str(), false));
+    const Z_FileInfo info = countsOf(zip);
+    EXPECT_EQ(info.nFolderCount, 2);
+    EXPECT_EQ(info.nFileCount, 0);
+    // With ignorePath the folder's own name is its entry.
+    EXPECT_TRUE(zip.AddFolderToZip(root.c_str(), true));
     zip.CloseZip();
-    EXPECT_EQ(entryNames(root + L"/out.zip"),
-              (Names{L"a.txt", L"sub\\", L"sub\\\\b.txt", L"sub\\empty\\"}));
+    EXPECT_EQ(entryNames(widePathIn("out.zip")),
+              (Names{L"data\\", L"a.txt", L"sub\\", L"b.txt", L"empty\\"}));
 }
 
 TEST(KelZipper, ZipFolder_WritesAnArchiveBesideTheFolder) {

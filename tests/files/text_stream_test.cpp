@@ -83,6 +83,23 @@ TEST(TextStream, UnpairedSurrogatesInUtf16_StandForThemselves) {
     kel::detail::closeTextStream(stream);
 }
 
+TEST(TextStream, Utf16FileEndingInsideASurrogatePair_KeepsTheHighSurrogate) {
+    // Ends right behind the high surrogate, and one byte into the low one.
+    const std::vector<Bytes> files = {Bytes{0xFF, 0xFE, 'a', 0, 0x3D, 0xD8},
+                                      Bytes{0xFF, 0xFE, 'a', 0, 0x3D, 0xD8, 0x00}};
+    for (const Bytes& bytes : files) {
+        SCOPED_TRACE(bytes.size());
+        writeAll(pathIn("cut.txt"), bytes);
+        std::FILE* stream = openWith("cut.txt", L"r, ccs=UTF-16LE");
+        std::wstring text;
+        wchar_t c = 0;
+        while (kel::detail::readWideChar(stream, c))
+            text += c;
+        EXPECT_EQ(text, std::wstring({L'a', wchar_t(0xD83D)}));
+        kel::detail::closeTextStream(stream);
+    }
+}
+
 TEST(TextStream, OddByteReads_KeepTheRestOfAUnitForTheNextRead) {
     writeAll(pathIn("o.txt"), bytesOf("\xF0\x9F\x98\x80"));
     std::FILE* stream = openWith("o.txt", L"r, ccs=UTF-8");

@@ -157,3 +157,73 @@ TEST(CodePage, SupportedCodePages) {
     }
     EXPECT_FALSE(isCodePageSupported(12345));
 }
+
+// ----- Windows single-byte code pages -----------------------------------------------
+
+namespace {
+
+struct UndefinedByte {
+    unsigned int codePage;
+    unsigned char byte;
+    wchar_t unit;
+};
+
+// Bytes that the charts of these code pages leave undefined, and what
+// Windows maps them to: the C1 control of the same value, or a private-use
+// character.
+const UndefinedByte kUndefinedBytes[] = {
+    {1252, 0x81, 0x0081}, {1252, 0x8D, 0x008D}, {1252, 0x8F, 0x008F}, {1252, 0x90, 0x0090},
+    {1252, 0x9D, 0x009D}, {1250, 0x81, 0x0081}, {1250, 0x83, 0x0083}, {1250, 0x88, 0x0088},
+    {1250, 0x90, 0x0090}, {1250, 0x98, 0x0098}, {1251, 0x98, 0x0098}, {1253, 0x81, 0x0081},
+    {1253, 0x9F, 0x009F}, {1253, 0xAA, 0xF8F9}, {1253, 0xD2, 0xF8FA}, {1253, 0xFF, 0xF8FB},
+    {1254, 0x8E, 0x008E}, {1254, 0x9E, 0x009E}, {1255, 0x8A, 0x008A}, {1255, 0xCA, 0x05BA},
+    {1255, 0xD9, 0xF88D}, {1255, 0xDF, 0xF893}, {1255, 0xFB, 0xF894}, {1255, 0xFC, 0xF895},
+    {1255, 0xFF, 0xF896}, {1257, 0x9F, 0x009F}, {1257, 0xA1, 0xF8FC}, {1257, 0xA5, 0xF8FD},
+    {1258, 0x8D, 0x008D}, {1258, 0x9E, 0x009E}, {874, 0x81, 0x0081},  {874, 0x9F, 0x009F},
+    {874, 0xDB, 0xF8C1},  {874, 0xDE, 0xF8C4},  {874, 0xFC, 0xF8C5},  {874, 0xFF, 0xF8C8},
+};
+
+}  // namespace
+
+TEST(SingleByteCodePage, UndefinedBytesMapAsWindowsMapsThem) {
+    for (const UndefinedByte& u : kUndefinedBytes) {
+        const std::string byte(1, static_cast<char>(u.byte));
+        const std::wstring wide = toWide(byte, u.codePage);
+        ASSERT_EQ(wide.size(), 1u) << u.codePage << " " << int(u.byte);
+        EXPECT_EQ(static_cast<unsigned>(wide[0]), static_cast<unsigned>(u.unit))
+            << u.codePage << " " << int(u.byte);
+        bool usedDefault = true;
+        char back[4] = {};
+        EXPECT_EQ(wideToMultiByte(u.codePage, &u.unit, 1, back, 4, "?", &usedDefault), 1);
+        EXPECT_EQ(static_cast<unsigned char>(back[0]), u.byte) << u.codePage;
+        EXPECT_FALSE(usedDefault) << u.codePage << " " << int(u.byte);
+    }
+}
+
+TEST(SingleByteCodePage, EveryByteOfEveryPageRoundTrips) {
+    for (unsigned int codePage :
+         {874u, 1250u, 1251u, 1252u, 1253u, 1254u, 1255u, 1256u, 1257u, 1258u}) {
+        ASSERT_TRUE(isCodePageSupported(codePage)) << codePage;
+        std::string all;
+        for (int b = 1; b < 256; ++b)
+            all.push_back(static_cast<char>(b));
+        const std::wstring wide = toWide(all, codePage);
+        ASSERT_EQ(wide.size(), all.size()) << codePage;
+        EXPECT_EQ(wide.find(L'\uFFFD'), std::wstring::npos) << codePage;
+        EXPECT_EQ(toNarrow(wide, codePage), all) << codePage;
+    }
+}
+
+TEST(SingleByteCodePage, ChartedBytesAndMissingCharacters) {
+    EXPECT_EQ(toWide("\x80\xE9\x9F", 1252), L"\u20AC\u00E9\u0178");
+    EXPECT_EQ(toWide("\xC0\xFF", 1251), L"\u0410\u044F");
+    EXPECT_EQ(toNarrow(L"\u20AC\u0081x", 1252), "\x80\x81x");
+    // A character the page lacks becomes the default character, never a
+    // look-alike.
+    bool usedDefault = false;
+    char out[8] = {};
+    const wchar_t text[] = L"a\u0100\u03A9";
+    EXPECT_EQ(wideToMultiByte(1252, text, 3, out, 8, "?", &usedDefault), 3);
+    EXPECT_EQ(std::string(out, 3), "a??");
+    EXPECT_TRUE(usedDefault);
+}

@@ -231,6 +231,37 @@ TEST_F(FormatTest, PointerIsUpperCaseHexWithoutPrefix) {
               L"[" + std::wstring(20 - expected.size(), L' ') + expected + L"]");
 }
 
+TEST_F(FormatTest, AlternatePointerHasTheUpperCasePrefix) {
+    const void* p = reinterpret_cast<const void*>(static_cast<uintptr_t>(0xABCDEF));
+    const std::wstring digits = sizeof(void*) == 8 ? L"0000000000ABCDEF" : L"00ABCDEF";
+    EXPECT_EQ(wide(L"%#p", p), L"0X" + digits);
+    EXPECT_EQ(narrow("%#p", p), "0X" + std::string(digits.begin(), digits.end()));
+    // A null pointer has no prefix, as a zero has none with %#x.
+    EXPECT_EQ(wide(L"%#p", static_cast<const void*>(nullptr)),
+              std::wstring(2 * sizeof(void*), L'0'));
+    EXPECT_EQ(wide(L"[%-20.3s|%#22p]", L"abcdef", p),
+              L"[abc" + std::wstring(17, L' ') + L"|" + std::wstring(22 - 2 - digits.size(), L' ') +
+                  L"0X" + digits + L"]");
+}
+
+TEST_F(FormatTest, ZeroFlagPadsPointersWithSpaces) {
+    const void* p = reinterpret_cast<const void*>(static_cast<uintptr_t>(0x12));
+    const std::wstring digits = std::wstring(2 * sizeof(void*) - 2, L'0') + L"12";
+    EXPECT_EQ(wide(L"[%020p]", p), L"[" + std::wstring(20 - digits.size(), L' ') + digits + L"]");
+}
+
+TEST_F(FormatTest, ZeroFlagPadsStringsAndCharactersWithZeros) {
+    EXPECT_EQ(wide(L"%05s|%03c", L"ab", L'x'), L"000ab|00x");
+    EXPECT_EQ(narrow("%05s|%03c", "ab", 'x'), "000ab|00x");
+    EXPECT_EQ(wide(L"%05S|%05hs|%05C", "nb", "hs", 'C'), L"000nb|000hs|0000C");
+    EXPECT_EQ(narrow("%05S|%04lc", L"wb", L'w'), "000wb|000w");
+    EXPECT_EQ(wide(L"%08s", static_cast<const wchar_t*>(nullptr)), L"00(null)");
+    EXPECT_EQ(wide(L"%0*s|%05.1s", 4, L"z", L"abc"), L"000z|0000a");
+    // Left alignment wins over the zeros, and a text as wide as the field
+    // gets none.
+    EXPECT_EQ(wide(L"[%-05s][%-03c][%02s]", L"ab", L'x', L"abc"), L"[ab   ][x  ][abc]");
+}
+
 // ----- floating point ----------------------------------------------------------
 
 TEST_F(FormatTest, FloatingConversions) {

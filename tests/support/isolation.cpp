@@ -92,6 +92,13 @@ std::string selfPath() {
 }
 
 void installIsolation() {
+#if !defined(_WIN32)
+    // No test shows a window on the developer's desktop: without a display
+    // the library's message boxes are one line on stderr. The window tests
+    // start an X server of their own and point DISPLAY at it.
+    setEnv("DISPLAY", nullptr);
+    setEnv("WAYLAND_DISPLAY", nullptr);
+#endif
     ::testing::UnitTest::GetInstance()->listeners().Append(new IsolationListener);
 }
 

@@ -4,7 +4,9 @@
 // makes it the current directory and points HOME, the XDG_* directories,
 // KEL_REGISTRY_DIR and the Windows profile variables into it; after the test
 // it removes the directory. A relative path in a test therefore never meets
-// what other programs left in the system's temporary directory.
+// what other programs left in the system's temporary directory. On POSIX
+// DISPLAY and WAYLAND_DISPLAY are removed once, at the start, so that no
+// test shows a window on the developer's desktop.
 //
 //   TEST(Files, WritesIntoTheTestDirectory) {
 //       const std::string file = kel::test::tempDir() + "/a.txt";

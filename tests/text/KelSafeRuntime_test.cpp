@@ -767,8 +767,14 @@ TEST(SafeRuntimeForms, SixteenBitUpperCaseLeavesSurrogatesAlone) {
 
 TEST(SafeRuntimeNumbers, Gcvt) {
     char buffer[32];
-    EXPECT_EQ(kelgcvt(buffer, 32, -123456789012.0, 12), 0);
-    EXPECT_STREQ(buffer, "-123456789012.");
+    EXPECT_EQ(kelgcvt(buffer, 32, -123456789012.3, 12), 0);
+    EXPECT_STREQ(buffer, "-123456789012");
+    EXPECT_EQ(kelgcvt(buffer, 32, 1.0, 5), 0);
+    EXPECT_STREQ(buffer, "1.");
+    EXPECT_EQ(kelgcvt(buffer, 32, 100.0, 3), 0);
+    EXPECT_STREQ(buffer, "100");
+    EXPECT_EQ(kelgcvt(buffer, 32, 2.5, 1), 0);
+    EXPECT_STREQ(buffer, "3");
     EXPECT_EQ(kelgcvt(buffer, 32, 0.001234, 3), 0);
     EXPECT_STREQ(buffer, "1.23e-03");
     EXPECT_EQ(kelgcvt(buffer, 32, 0.01, 2), 0);

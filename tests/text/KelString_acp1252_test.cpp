@@ -46,3 +46,12 @@ TEST_F(KelStringCodePage1252, NarrowFormatConvertsItsResult) {
     s.format("%s%c", "caf", '\xE9');
     EXPECT_STREQ(s.getStringW(), L"caf\u00E9");
 }
+
+TEST_F(KelStringCodePage1252, BytesTheChartLeavesUndefinedRoundTrip) {
+    const KelString s("\x81\x8D\x8F\x90\x9D");
+    EXPECT_STREQ(s.getStringW(), L"\u0081\u008D\u008F\u0090\u009D");
+    EXPECT_STREQ(s.getStringA(), "\x81\x8D\x8F\x90\x9D");
+    KelString t;
+    t.format("%s|%c", "\x81", '\x9D');
+    EXPECT_STREQ(t.getStringW(), L"\u0081|\u009D");
+}

@@ -4,6 +4,7 @@
 
 #include <kel/Kel.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,15 @@ TEST(KelStringCompare, NoCase) {
     EXPECT_EQ(KelString::compareNoCase(KelString(L"abcX"), KelString(L"ABCy"), 3), 0);
     EXPECT_LT(KelString::compareNoCase(KelString(L"abcX"), KelString(L"ABCy"), 4), 0);
     EXPECT_EQ(KelString::compareNoCase(KelString(L"a"), KelString(L"b"), 0), 0);
+}
+
+TEST(KelStringCompare, NegativeCountComparesTheWholeTexts) {
+    EXPECT_LT(KelString::compare(KelString(L"abcX"), KelString(L"abcY"), -1), 0);
+    EXPECT_GT(KelString::compare(KelString(L"b"), KelString(L"a"), -5), 0);
+    EXPECT_LT(KelString::compare(KelString(L"ab"), KelString(L"abc"), INT_MIN), 0);
+    EXPECT_EQ(KelString::compare(KelString(L"same"), KelString(L"same"), -1), 0);
+    EXPECT_LT(KelString::compareNoCase(KelString(L"abcX"), KelString(L"ABCy"), -1), 0);
+    EXPECT_EQ(KelString::compareNoCase(KelString(L"Same"), KelString(L"sAME"), -1), 0);
 }
 
 TEST(KelStringCompare, SortCallbacksTreatNullAsEqual) {

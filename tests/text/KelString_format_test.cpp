@@ -173,17 +173,61 @@ TEST(KelStringFormat, EmptyResultGivesEmpty) {
     EXPECT_EQ(t.isEmpty(), 1);
 }
 
-TEST(KelStringFormat, BadFormatIsReportedAndLeavesTheValue) {
+TEST(KelStringFormat, BadFormatIsReportedAndEmptiesTheValue) {
     InvalidParameterCounter reports;
-    KelString s(L"before");
     int n = 0;
+    KelString s(L"before");
     s.format(L"%n", &n);
-    EXPECT_EQ(text(s), L"before");
+    EXPECT_EQ(s.isEmpty(), 1);
+    s = L"before";
     s.format("%n", &n);
-    EXPECT_EQ(text(s), L"before");
+    EXPECT_EQ(s.isEmpty(), 1);
+    s = L"before";
     s.format(static_cast<const wchar_t*>(nullptr));
-    EXPECT_EQ(text(s), L"before");
-    EXPECT_EQ(reports.calls(), 3);
+    EXPECT_EQ(s.isEmpty(), 1);
+    s = L"before";
+    s.format(L"%s and %Q", L"text");
+    EXPECT_EQ(s.isEmpty(), 1);
+    s = L"before";
+    s.format(static_cast<const unsigned short*>(nullptr));
+    EXPECT_EQ(s.isEmpty(), 1);
+    const unsigned short refused[] = {'%', 'n', 0};
+    s = L"before";
+    s.format(refused, &n);
+    EXPECT_EQ(s.isEmpty(), 1);
+    EXPECT_EQ(n, 0);
+    EXPECT_EQ(reports.calls(), 6);
+}
+
+TEST(KelStringFormat, ZeroFlagAndAlternatePointer) {
+    KelString s;
+    s.format(L"%05s|%03c|%-4s|", L"ab", L'x', L"ab");
+    EXPECT_EQ(text(s), L"000ab|00x|ab  |");
+    s.format("%05s|%03c", "ab", 'x');
+    EXPECT_EQ(text(s), L"000ab|00x");
+    s.format(L"%#p", reinterpret_cast<void*>(0xABCDEF));
+    EXPECT_EQ(text(s), L"0X" + std::wstring(2 * sizeof(void*) - 6, L'0') + L"ABCDEF");
+}
+
+TEST(KelStringFormat, LongArgumentsAmongOtherText) {
+    const std::wstring a(1000, L'a');
+    const std::wstring b(70, L'b');
+    KelString s;
+    s.format(L"<%s|%d|%s|%-72s|%72s|%.65s>", a.c_str(), 42, b.c_str(), b.c_str(), b.c_str(),
+             a.c_str());
+    const std::wstring expected =
+        L"<" + a + L"|42|" + b + L"|" + b + L"  |  " + b + L"|" + std::wstring(65, L'a') + L">";
+    EXPECT_EQ(text(s), expected);
+    // More long arguments than are set aside: the rest are copied as usual.
+    std::wstring many;
+    std::wstring fmt;
+    for (int i = 0; i < 12; ++i)
+        fmt += L"%s,";
+    s.format(fmt.c_str(), a.c_str(), b.c_str(), a.c_str(), b.c_str(), a.c_str(), b.c_str(),
+             a.c_str(), b.c_str(), a.c_str(), b.c_str(), a.c_str(), b.c_str());
+    for (int i = 0; i < 12; ++i)
+        many += (i % 2 == 0 ? a : b) + L",";
+    EXPECT_EQ(text(s), many);
 }
 
 TEST(KelStringFormat, SixteenBitFormatTakesSixteenBitArguments) {

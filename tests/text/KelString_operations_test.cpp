@@ -156,6 +156,54 @@ TEST(KelStringContent, Classification) {
     EXPECT_FALSE(KelString(L" ").IsAlphaNumeric());
 }
 
+TEST(KelStringContent, LettersOfEveryScriptAreAlphabetic) {
+    EXPECT_TRUE(KelString(L"Tr\u00E4ger").IsAlphabetic());
+    EXPECT_TRUE(KelString(L"\u00E9").IsAlphabetic());
+    EXPECT_TRUE(KelString(L"Ma\u00DF").IsAlphabetic());
+    EXPECT_TRUE(KelString(L"\u9244\u9AA8").IsAlphabetic());                    // CJK ideographs
+    EXPECT_TRUE(KelString(L"\u0394\u03B9\u03AC").IsAlphabetic());              // Greek
+    EXPECT_TRUE(KelString(L"\u0411\u0430\u043B\u043A\u0430").IsAlphabetic());  // Cyrillic
+    EXPECT_TRUE(KelString(L"\u30AB\u30BF\u30AB\u30CA").IsAlphabetic());        // katakana
+    EXPECT_TRUE(KelString(L"\u2163").IsAlphabetic());  // Roman numeral four, a letter number
+    EXPECT_FALSE(KelString(L"Tr\u00E4ger 1").IsAlphabetic());
+    EXPECT_FALSE(KelString(L"\u00D7").IsAlphabetic());  // multiplication sign
+    EXPECT_FALSE(KelString(L"\u3000").IsAlphabetic());
+    EXPECT_FALSE(KelString(L"e\u0301").IsAlphabetic());  // a combining mark is no letter
+}
+
+TEST(KelStringContent, AlphaNumericTakesLettersAndDigitsOfEveryScript) {
+    EXPECT_TRUE(KelString(L"Ma\u00DF2").IsAlphaNumeric());
+    EXPECT_TRUE(KelString(L"\u9244\u0663").IsAlphaNumeric());
+    EXPECT_FALSE(KelString(L"Ma\u00DF 2").IsAlphaNumeric());
+    EXPECT_FALSE(KelString(L"\u00BD").IsAlphaNumeric());  // one half is no digit
+}
+
+TEST(KelStringContent, DecimalDigitsOfEveryScriptAreNumeric) {
+    EXPECT_TRUE(KelString(L"\u0661\u0662\u0663").IsNumeric());  // Arabic-Indic
+    EXPECT_TRUE(KelString(L"\u0967\u0968").IsNumeric());        // Devanagari
+    EXPECT_TRUE(KelString(L"\uFF11\uFF12").IsNumeric());        // full width
+    // Deliberate: the runtime counts the superscripts of its first 256
+    // characters as digits, but no other superscript.
+    EXPECT_TRUE(KelString(L"\u00B2\u00B3\u00B9").IsNumeric());
+    EXPECT_FALSE(KelString(L"\u2074").IsNumeric());
+    EXPECT_FALSE(KelString(L"\u2162").IsNumeric());  // Roman numeral three
+    EXPECT_FALSE(KelString(L"\u00BD").IsNumeric());
+}
+
+TEST(KelStringContent, ClassesDoNotDependOnTheCLibrarysLocale) {
+    const std::string previous = std::setlocale(LC_ALL, nullptr);
+    for (const char* locale : {"C", "C.UTF-8", ""}) {
+        if (std::setlocale(LC_ALL, locale) == nullptr)
+            continue;
+        EXPECT_TRUE(KelString(L"Tr\u00E4ger").IsAlphabetic()) << locale;
+        EXPECT_TRUE(KelString(L"\u4E2D").IsAlphabetic()) << locale;
+        EXPECT_TRUE(KelString(L"Ma\u00DF2").IsAlphaNumeric()) << locale;
+        EXPECT_TRUE(KelString(L"\u0663").IsNumeric()) << locale;
+        EXPECT_EQ(KelString(L"\u3000 42").toInteger(), 42) << locale;
+    }
+    std::setlocale(LC_ALL, previous.c_str());
+}
+
 TEST(KelStringContent, StrRevReversesIntoANewValue) {
     const KelString s(L"abc");
     EXPECT_EQ(text(s.strRev()), L"cba");

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <zlib.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -187,6 +189,145 @@ TEST_F(KelZipTool, BadArguments_PrintTheUsageAndExitWith2) {
         EXPECT_EQ(r.err, usage);
     }
     EXPECT_FALSE(fs::exists(inTest("tree.zip")));
+}
+
+// An archive of stored entries written byte by byte, so that a test can
+// say what each field holds: `method` in both headers of every entry, and
+// `announced` entries in the end record.
+std::string handMadeArchive(const std::vector<std::pair<std::string, std::string>>& entries,
+                            unsigned method, unsigned announced) {
+    const auto put16 = [](std::string& out, unsigned value) {
+        out += static_cast<char>(value & 0xFF);
+        out += static_cast<char>((value >> 8) & 0xFF);
+    };
+    const auto put32 = [&](std::string& out, unsigned long value) {
+        put16(out, static_cast<unsigned>(value & 0xFFFF));
+        put16(out, static_cast<unsigned>(value >> 16));
+    };
+    std::string out;
+    std::string directory;
+    for (const auto& [name, data] : entries) {
+        const unsigned long crc =
+            crc32(0, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size()));
+        const unsigned long offset = static_cast<unsigned long>(out.size());
+        for (std::string* record : {&out, &directory}) {
+            const bool central = record == &directory;
+            put32(*record, central ? 0x02014B50 : 0x04034B50);
+            if (central)
+                put16(*record, 20);
+            put16(*record, 20);
+            put16(*record, 0);
+            put16(*record, method);
+            put32(*record, 0x21000000);
+            put32(*record, crc);
+            put32(*record, static_cast<unsigned long>(data.size()));
+            put32(*record, static_cast<unsigned long>(data.size()));
+            put16(*record, static_cast<unsigned>(name.size()));
+            put16(*record, 0);
+            if (central) {
+                put16(*record, 0);
+                put16(*record, 0);
+                put16(*record, 0);
+                put32(*record, 0x20);
+                put32(*record, offset);
+            }
+            *record += name;
+            if (!central)
+                *record += data;
+        }
+    }
+    const unsigned long start = static_cast<unsigned long>(out.size());
+    out += directory;
+    put32(out, 0x06054B50);
+    put16(out, 0);
+    put16(out, 0);
+    put16(out, announced);
+    put16(out, announced);
+    put32(out, static_cast<unsigned long>(directory.size()));
+    put32(out, start);
+    put16(out, 0);
+    return out;
+}
+
+TEST_F(KelZipTool, Unzip_UnsupportedMethod_FailsNamingTheMethodAndWritesNothing) {
+    writeFile(inTest("bz.zip"), handMadeArchive({{"data.txt", "BZh9 not really"}}, 12, 1));
+    const auto r = runProgram(kelTool(), {L"unzip", argument("bz.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(
+        r.err,
+        lines({"kel unzip: cannot extract data.txt: unsupported compression method 12 (bzip2)"}));
+    EXPECT_FALSE(fs::exists(inTest("out/data.txt")));
+}
+
+TEST_F(KelZipTool, Unzip_DamagedDirectory_FailsBeforeWritingAnything) {
+    writeFile(inTest("short.zip"), handMadeArchive({{"a.txt", "alpha"}, {"b.txt", "bravo"}}, 0, 3));
+    auto r = runProgram(kelTool(), {L"unzip", argument("short.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, lines({"kel unzip: cannot extract " + shown("short.zip") +
+                            ": damaged archive: the directory holds 2 of the 3 entries its end "
+                            "record announces"}));
+    EXPECT_FALSE(fs::exists(inTest("out")));
+    // Noise where the end record says the directory is.
+    std::string noise(600, 'n');
+    const std::string end = handMadeArchive({}, 0, 0);
+    noise += end.substr(0, 8) +
+             std::string("\x02\x00\x02\x00\x78\x00\x00\x00\x90\x01\x00\x00", 12) + end.substr(20);
+    writeFile(inTest("noise.zip"), noise);
+    r = runProgram(kelTool(), {L"unzip", argument("noise.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, lines({"kel unzip: cannot extract " + shown("noise.zip") +
+                            ": damaged archive: a damaged record in the directory"}));
+    EXPECT_FALSE(fs::exists(inTest("out")));
+}
+
+TEST_F(KelZipTool, Unzip_WrongChecksum_FailsAndLeavesNoFile) {
+    std::string archive = handMadeArchive({{"data.txt", "payload"}}, 0, 1);
+    archive[archive.find("payload")] = 'P';
+    writeFile(inTest("crc.zip"), archive);
+    const auto r = runProgram(kelTool(), {L"unzip", argument("crc.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, lines({"kel unzip: cannot extract data.txt: the CRC-32 does not match"}));
+    EXPECT_FALSE(fs::exists(inTest("out/data.txt")));
+}
+
+TEST_F(KelZipTool, Unzip_EmptyArchive_FailsAsThereIsNothingToExtract) {
+    writeFile(inTest("empty.zip"), handMadeArchive({}, 0, 0));
+    const auto r = runProgram(kelTool(), {L"unzip", argument("empty.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, lines({"kel unzip: cannot extract " + shown("empty.zip") +
+                            ": the archive holds no entries"}));
+}
+
+TEST_F(KelZipTool, Zip_NameWithAColon_IsAddedAndExtracted) {
+    KEL_SKIP_ON_WINDOWS("\":\" cannot stand in a Windows file name");
+    writeFile(inTest("tree/12:30 log.txt"), "half past twelve");
+    auto r = runProgram(kelTool(), {L"zip", argument("tree")});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out,
+              lines({shown("tree.zip") + ": 3 files, 3 folders, " +
+                     std::to_string(kAlpha.size() + binaryContent().size() + 16) + " bytes"}));
+    r = runProgram(kelTool(), {L"unzip", argument("tree.zip"), argument("out")});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(readFile(inTest("out/tree/12:30 log.txt")), "half past twelve");
+}
+
+TEST_F(KelZipTool, Zip_FileItCannotAdd_IsNamedAndTheRunFails) {
+    KEL_SKIP_ON_WINDOWS("paths beyond 260 characters need the long-path prefix there");
+    const std::string deep = "tree/" + std::string(120, 'd') + "/" + std::string(120, 'e');
+    writeFile(inTest(deep + "/deep.txt"), "too deep");
+    const auto r = runProgram(kelTool(), {L"zip", argument("tree")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, lines({shown("tree.zip") + ": 2 files, 5 folders, " + treeSize() + " bytes"}));
+    // The folder whose path is too long is named; its file was not reached.
+    EXPECT_EQ(r.err, lines({"kel zip: left out " + shown(deep) +
+                            ": the path is longer than 260 characters"}));
+    EXPECT_TRUE(fs::exists(inTest("tree.zip")));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // "kel reg" as installers and administrators run it: arguments, output,
-// exit codes, and registry files in and out.
+// exit codes, and registry files in and out. The reference is the Windows
+// "reg" command; where Wine's reimplementation of it (which these tests
+// also meet in the Windows build) differs, the comments say so.
 
 #include <gtest/gtest.h>
 
@@ -100,6 +102,17 @@ void expectFailure(const Result& result, const std::string& part) {
     EXPECT_EQ(lineCount(result.err), 1) << result.err;
     EXPECT_EQ(result.err.rfind("kel reg: ERROR: ", 0), 0u) << result.err;
     EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
+}
+
+// A command line that is no valid command: exit code 2, the error on the
+// first line of stderr, then the usage; nothing on stdout.
+void expectBadArguments(const Result& result, const std::string& part) {
+    EXPECT_EQ(result.exitCode, 2) << result.err;
+    EXPECT_EQ(result.err.rfind("kel reg: ERROR: ", 0), 0u) << result.err;
+    const std::string first = result.err.substr(0, result.err.find('\n'));
+    EXPECT_NE(first.find(part), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("\nusage:\n  kel reg query"), std::string::npos) << result.err;
+    EXPECT_EQ(result.out, "");
 }
 
 void expectSuccess(const Result& result) {
@@ -210,22 +223,133 @@ TEST_F(KelReg, AddEveryType) {
                                                       "    Q    REG_QWORD    0x102030405060708\n"
                                                       "    Bin    REG_BINARY    00FF10\n"
                                                       "    (Default)    REG_SZ    default\n\n"));
+    // The value's name as it was asked for, as reg prints it.
     Result one = reg({"query", key, "/v", "hex"});
     expectSuccess(one);
-    EXPECT_EQ(one.out, "\nHKEY_CURRENT_USER\\Software\\KelTest\n    Hex    REG_DWORD    0x2a\n\n");
+    EXPECT_EQ(one.out, "\nHKEY_CURRENT_USER\\Software\\KelTest\n    hex    REG_DWORD    0x2a\n\n");
     Result byDefault = reg({"query", key, "/ve"});
     expectSuccess(byDefault);
     EXPECT_NE(byDefault.out.find("(Default)    REG_SZ    default"), std::string::npos);
 }
 
-TEST_F(KelReg, AddCreatesOnlyTheKeyWithoutAValue) {
-    expectSuccess(reg({"add", "hkcu\\Software\\KelTest\\Empty\\Key"}));
-    EXPECT_TRUE(keyExists(Hive::User, kKey + L"\\Empty\\Key"));
+TEST_F(KelReg, AddWithoutAValueNameSetsTheDefaultValueToEmptyText) {
+    expectSuccess(reg({"add", "hkcu\\Software\\KelTest\\Empty\\Key", "/f"}));
+    EXPECT_TRUE(keyExists(Hive::User, kKey + L"\\Empty"));
     HiveKeyHolder key;
     ASSERT_EQ(openKey(Hive::User, kKey + L"\\Empty\\Key", kKeyRead, key.key), 0u);
     std::vector<HiveValue> values;
     ASSERT_EQ(enumValues(key.key, values), 0u);
+    ASSERT_EQ(values.size(), 1u);
+    EXPECT_EQ(values[0].name, L"");
+    EXPECT_EQ(values[0].type, kRegSz);
+    EXPECT_EQ(values[0].data, bytes({0, 0}));
+    Result query = reg({"query", "HKCU\\Software\\KelTest\\Empty\\Key"});
+    expectSuccess(query);
+    EXPECT_EQ(
+        query.out,
+        "\nHKEY_CURRENT_USER\\Software\\KelTest\\Empty\\Key\n    (Default)    REG_SZ    \n\n");
+    // The parent got no value.
+    HiveKeyHolder parent;
+    ASSERT_EQ(openKey(Hive::User, kKey + L"\\Empty", kKeyRead, parent.key), 0u);
+    ASSERT_EQ(enumValues(parent.key, values), 0u);
     EXPECT_TRUE(values.empty());
+
+    // Without /f an existing default value is asked about.
+    Result asked = reg({"add", "HKCU\\Software\\KelTest\\Empty\\Key"}, "n\n");
+    expectFailure(asked, "cancelled");
+    EXPECT_NE(asked.out.find("Value (Default) exists, overwrite (Yes/No)?"), std::string::npos);
+    // A key without a default value gets one without a question.
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest\\Empty"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey + L"\\Empty", L"", kRegSz), bytes({0, 0}));
+}
+
+TEST_F(KelReg, AddWithDataOrTypeButNoValueNameSetsTheDefaultValue) {
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/d", "text", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"", kRegSz), textToValueData(L"text", true));
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/t", "REG_DWORD", "/d", "7", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"", kRegDword), bytes({7, 0, 0, 0}));
+}
+
+TEST_F(KelReg, AddTheOtherTypesRegTakes) {
+    const std::string key = "HKCU\\Software\\KelTest";
+    // REG_NONE data is text with its terminating zero.
+    expectSuccess(reg({"add", key, "/v", "none", "/t", "REG_NONE", "/d", "abc", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"none", kRegNone), textToValueData(L"abc", true));
+    // A big-endian number is stored in the machine's order all the same, as
+    // reg stores it (Wine's reg too); only its type tells it apart.
+    expectSuccess(
+        reg({"add", key, "/v", "big", "/t", "REG_DWORD_BIG_ENDIAN", "/d", "0x01020304", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"big", kRegDwordBigEndian), bytes({4, 3, 2, 1}));
+    // REG_DWORD_LITTLE_ENDIAN is REG_DWORD.
+    expectSuccess(
+        reg({"add", key, "/v", "little", "/t", "reg_dword_little_endian", "/d", "5", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"little", kRegDword), bytes({5, 0, 0, 0}));
+    // An odd number of hex digits: the first one alone makes the first byte.
+    expectSuccess(reg({"add", key, "/v", "odd", "/t", "REG_BINARY", "/d", "abc", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"odd", kRegBinary), bytes({0x0A, 0xBC}));
+    expectSuccess(reg({"add", key, "/v", "one", "/t", "REG_BINARY", "/d", "F", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"one", kRegBinary), bytes({0x0F}));
+    expectSuccess(reg({"add", key, "/v", "empty", "/t", "REG_BINARY", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"empty", kRegBinary), bytes({}));
+    // One separator at the end of REG_MULTI_SZ data is allowed.
+    expectSuccess(reg({"add", key, "/v", "multi", "/t", "REG_MULTI_SZ", "/d", "a\\0", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"multi", kRegMultiSz), bytes({'a', 0, 0, 0, 0, 0}));
+    expectSuccess(reg({"add", key, "/v", "nothing", "/t", "REG_MULTI_SZ", "/d", "", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"nothing", kRegMultiSz), bytes({0, 0}));
+
+    Result query = reg({"query", key});
+    expectSuccess(query);
+    EXPECT_EQ(inStoredOrder(query.out),
+              inStoredOrder("\nHKEY_CURRENT_USER\\Software\\KelTest\n"
+                            "    none    REG_NONE    6100620063000000\n"
+                            "    big    REG_DWORD_BIG_ENDIAN    0x1020304\n"
+                            "    little    REG_DWORD    0x5\n"
+                            "    odd    REG_BINARY    0ABC\n"
+                            "    one    REG_BINARY    0F\n"
+                            "    empty    REG_BINARY    \n"
+                            "    multi    REG_MULTI_SZ    a\n"
+                            "    nothing    REG_MULTI_SZ    \n\n"));
+}
+
+TEST_F(KelReg, CommandsRegRefusesAreRefusedAndChangeNothing) {
+    const std::string key = "HKCU\\Software\\KelTest";
+    const std::vector<std::vector<std::string>> twice = {
+        {"add", key, "/v", "a", "/v", "b", "/d", "1", "/f"},
+        {"add", key, "/ve", "/ve", "/d", "1", "/f"},
+        {"add", key, "/v", "a", "/t", "REG_SZ", "/t", "REG_SZ", "/f"},
+        {"add", key, "/v", "a", "/d", "1", "/d", "2", "/f"},
+        {"add", key, "/v", "a", "/d", "1", "/f", "/F"},
+        {"add", key, "/v", "a", "/t", "REG_MULTI_SZ", "/s", ",", "/s", ",", "/d", "x", "/f"},
+        {"add", key, "/v", "a", "/d", "1", "/f", "/reg:32", "/reg:64"},
+        {"query", key, "/s", "/s"},
+        {"query", key, "/v", "a", "-v", "a"},
+        {"query", key, "/reg:64", "/reg:64"},
+        {"delete", key, "/f", "/f"},
+        {"delete", key, "/va", "/va", "/f"},
+        {"export", key, kel::test::tempDir() + "/x.reg", "/y", "/y"},
+    };
+    for (const std::vector<std::string>& arguments : twice)
+        expectBadArguments(reg(arguments), "given twice");
+
+    // A root followed by a separator alone, a key ending in two separators.
+    expectBadArguments(reg({"add", "HKCU\\", "/v", "a", "/d", "1", "/f"}), "Invalid key name");
+    expectBadArguments(reg({"query", "HKCU\\"}), "Invalid key name");
+    expectBadArguments(reg({"add", key + "\\\\", "/v", "a", "/d", "1", "/f"}), "Invalid key name");
+    expectBadArguments(reg({"add", "HKCU\\\\Software", "/v", "a", "/d", "1", "/f"}),
+                       "Invalid key name");
+
+    // Empty strings inside REG_MULTI_SZ data.
+    for (const char* data : {"a\\0\\0b", "\\0a", "a\\0\\0", "\\0"}) {
+        expectBadArguments(reg({"add", key, "/v", "m", "/t", "REG_MULTI_SZ", "/d", data, "/f"}),
+                           "empty");
+    }
+    expectBadArguments(
+        reg({"add", key, "/v", "m", "/t", "REG_MULTI_SZ", "/s", "#", "/d", "a##b", "/f"}), "empty");
+    EXPECT_FALSE(keyExists(Hive::User, kKey));
+
+    // One trailing separator is the key itself.
+    expectSuccess(reg({"add", key + "\\", "/v", "a", "/d", "1", "/f"}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"a", kRegSz), textToValueData(L"1", true));
 }
 
 TEST_F(KelReg, RootsLongShortAndAnyCase) {
@@ -271,14 +395,19 @@ TEST_F(KelReg, QueryRecursive) {
     expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "Top", "/d", "1", "/f"}));
     expectSuccess(reg(
         {"add", "HKCU\\Software\\KelTest\\B", "/v", "InB", "/t", "REG_DWORD", "/d", "2", "/f"}));
-    expectSuccess(reg({"add", "HKCU\\Software\\KelTest\\a\\Deep"}));
+    {
+        HiveKeyHolder deep;
+        ASSERT_EQ(createKey(Hive::User, kKey + L"\\a\\Deep", kKeyAllAccess, deep.key), 0u);
+    }
+    // The sub-keys follow the values, without a blank line after them.
     Result flat = reg({"query", "HKCU\\Software\\KelTest"});
     expectSuccess(flat);
     EXPECT_EQ(flat.out,
               "\nHKEY_CURRENT_USER\\Software\\KelTest\n"
               "    Top    REG_SZ    1\n\n"
               "HKEY_CURRENT_USER\\Software\\KelTest\\a\n"
-              "HKEY_CURRENT_USER\\Software\\KelTest\\B\n\n");
+              "HKEY_CURRENT_USER\\Software\\KelTest\\B\n");
+    // Below the key queried, every key shows its name, even without values.
     Result deep = reg({"query", "HKCU\\Software\\KelTest", "/s"});
     expectSuccess(deep);
     EXPECT_EQ(deep.out,
@@ -288,6 +417,80 @@ TEST_F(KelReg, QueryRecursive) {
               "\nHKEY_CURRENT_USER\\Software\\KelTest\\a\\Deep\n"
               "\nHKEY_CURRENT_USER\\Software\\KelTest\\B\n"
               "    InB    REG_DWORD    0x2\n\n");
+}
+
+TEST_F(KelReg, QueryOfAKeyWithoutValuesHasNoHeader) {
+    for (const wchar_t* path : {L"\\NoValues\\One", L"\\NoValues\\Two", L"\\Nothing"}) {
+        HiveKeyHolder key;
+        ASSERT_EQ(createKey(Hive::User, kKey + path, kKeyAllAccess, key.key), 0u);
+    }
+    Result subKeys = reg({"query", "HKCU\\Software\\KelTest\\NoValues"});
+    expectSuccess(subKeys);
+    EXPECT_EQ(subKeys.out,
+              "\nHKEY_CURRENT_USER\\Software\\KelTest\\NoValues\\One\n"
+              "HKEY_CURRENT_USER\\Software\\KelTest\\NoValues\\Two\n");
+    Result nothing = reg({"query", "HKCU\\Software\\KelTest\\Nothing"});
+    expectSuccess(nothing);
+    EXPECT_EQ(nothing.out, "\n");
+    // With /s, the key queried has no header either; the keys below have.
+    Result tree = reg({"query", "HKCU\\Software\\KelTest\\NoValues", "/s"});
+    expectSuccess(tree);
+    EXPECT_EQ(tree.out,
+              "\nHKEY_CURRENT_USER\\Software\\KelTest\\NoValues\\One\n\n"
+              "HKEY_CURRENT_USER\\Software\\KelTest\\NoValues\\Two\n\n");
+    Result lone = reg({"query", "HKCU\\Software\\KelTest\\Nothing", "/s"});
+    expectSuccess(lone);
+    EXPECT_EQ(lone.out, "\n");
+}
+
+TEST_F(KelReg, QueryOfADefaultValueThatIsNotSet) {
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/d", "1", "/f"}));
+    Result notSet = reg({"query", "HKCU\\Software\\KelTest", "/ve"});
+    expectSuccess(notSet);
+    EXPECT_EQ(
+        notSet.out,
+        "\nHKEY_CURRENT_USER\\Software\\KelTest\n    (Default)    REG_SZ    (value not set)\n");
+    // A value of another name that is missing is an error.
+    expectFailure(reg({"query", "HKCU\\Software\\KelTest", "/v", "missing"}), "unable to find");
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/ve", "/d", "set", "/f"}));
+    Result set = reg({"query", "HKCU\\Software\\KelTest", "/ve"});
+    expectSuccess(set);
+    EXPECT_EQ(set.out,
+              "\nHKEY_CURRENT_USER\\Software\\KelTest\n    (Default)    REG_SZ    set\n\n");
+}
+
+// Windows' reg ends a search with "End of search: N match(es) found.";
+// Wine's says "Search complete. Number of matches found: N".
+TEST_F(KelReg, QueryOfAValueNameWithSSearchesTheWholeTree) {
+    const std::string key = "HKCU\\Software\\KelTest";
+    expectSuccess(reg({"add", key, "/v", "x", "/d", "top", "/f"}));
+    expectSuccess(reg({"add", key + "\\S1", "/v", "x", "/d", "one", "/f"}));
+    expectSuccess(reg({"add", key + "\\S1\\Deep", "/v", "y", "/d", "no", "/f"}));
+    expectSuccess(reg({"add", key + "\\S2", "/v", "X", "/t", "REG_DWORD", "/d", "2", "/f"}));
+    Result found = reg({"query", key, "/v", "x", "/s"});
+    expectSuccess(found);
+    EXPECT_EQ(found.out,
+              "\nHKEY_CURRENT_USER\\Software\\KelTest\n"
+              "    x    REG_SZ    top\n\n"
+              "HKEY_CURRENT_USER\\Software\\KelTest\\S1\n"
+              "    x    REG_SZ    one\n\n"
+              "HKEY_CURRENT_USER\\Software\\KelTest\\S2\n"
+              "    x    REG_DWORD    0x2\n\n"
+              "End of search: 3 match(es) found.\n");
+    Result none = reg({"query", key, "/v", "missing", "/s"});
+    expectSuccess(none);
+    EXPECT_EQ(none.out, "\nEnd of search: 0 match(es) found.\n");
+    Result defaults = reg({"query", key, "/ve", "/s"});
+    expectSuccess(defaults);
+    EXPECT_EQ(defaults.out, "\nEnd of search: 0 match(es) found.\n");
+    expectSuccess(reg({"add", key + "\\S1\\Deep", "/ve", "/d", "deep", "/f"}));
+    defaults = reg({"query", key, "/ve", "/s"});
+    expectSuccess(defaults);
+    EXPECT_EQ(defaults.out,
+              "\nHKEY_CURRENT_USER\\Software\\KelTest\\S1\\Deep\n"
+              "    (Default)    REG_SZ    deep\n\n"
+              "End of search: 1 match(es) found.\n");
+    expectFailure(reg({"query", key + "\\Missing", "/v", "x", "/s"}), "unable to find");
 }
 
 // ----- delete -----------------------------------------------------------------------------
@@ -324,35 +527,40 @@ TEST_F(KelReg, DeleteValueValuesAndKeys) {
 
 // ----- errors ---------------------------------------------------------------------------------
 
-TEST_F(KelReg, ErrorsAreOneLineAndExitCodeOne) {
-    expectFailure(reg({}), "Missing operation");
-    expectFailure(reg({"frobnicate"}), "Unknown operation");
-    expectFailure(reg({"query"}), "Expected one key");
-    expectFailure(reg({"query", "HKXX\\Software"}), "Invalid key name");
-    expectFailure(reg({"query", "Software\\KelTest"}), "Invalid key name");
-    expectFailure(reg({"query", "HKCU\\Software\\KelTest"}), "unable to find");
-    expectFailure(reg({"query", "HKCU\\Software", "/q"}), "Invalid option /q");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v"}), "needs a value");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/ve", "/f"}), "only one");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_LINK", "/f"}),
-                  "Unsupported type");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_DWORD", "/d",
-                       "4294967296", "/f"}),
-                  "Invalid REG_DWORD");
-    expectFailure(
+TEST_F(KelReg, BadCommandLinesGiveTheUsageAndExitCodeTwo) {
+    expectBadArguments(reg({}), "Missing operation");
+    expectBadArguments(reg({"frobnicate"}), "Unknown operation");
+    expectBadArguments(reg({"query"}), "Expected one key");
+    expectBadArguments(reg({"query", "HKXX\\Software"}), "Invalid key name");
+    expectBadArguments(reg({"query", "Software\\KelTest"}), "Invalid key name");
+    expectBadArguments(reg({"query", "HKCU\\Software", "/q"}), "Invalid option /q");
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v"}), "needs a value");
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/ve", "/f"}), "only one");
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_LINK", "/f"}),
+                       "Unsupported type");
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_DWORD", "/d",
+                            "4294967296", "/f"}),
+                       "Invalid REG_DWORD");
+    expectBadArguments(
         reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_DWORD", "/d", "-1", "/f"}),
         "Invalid REG_DWORD");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_QWORD", "/d",
-                       "0x10000000000000000", "/f"}),
-                  "Invalid REG_QWORD");
-    expectFailure(
-        reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_BINARY", "/d", "abc", "/f"}),
-        "REG_BINARY");
-    expectFailure(
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_QWORD", "/d",
+                            "0x10000000000000000", "/f"}),
+                       "Invalid REG_QWORD");
+    expectBadArguments(
         reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_BINARY", "/d", "zz", "/f"}),
         "REG_BINARY");
-    expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/s", ",", "/d", "a", "/f"}),
-                  "/s");
+    expectBadArguments(
+        reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/s", ",", "/d", "a", "/f"}), "/s");
+    expectBadArguments(reg({"add", "HKCU\\Software\\KelTest", "/v", "x", "/t", "REG_MULTI_SZ", "/s",
+                            ",;", "/d", "a", "/f"}),
+                       "one character");
+    EXPECT_FALSE(keyExists(Hive::User, kKey));
+}
+
+TEST_F(KelReg, FailuresAreOneLineAndExitCodeOne) {
+    expectFailure(reg({"query", "HKCU\\Software\\KelTest"}), "unable to find");
+    expectFailure(reg({"delete", "HKCU\\Software\\KelTest\\Missing", "/f"}), "unable to find");
     expectFailure(reg({"import", kel::test::tempDir() + "/missing.reg"}), "Cannot open");
     EXPECT_FALSE(keyExists(Hive::User, kKey));
 }
@@ -520,9 +728,70 @@ TEST_F(KelReg, ImportWithAnUnknownRootChangesNothing) {
               "\"x\"=\"y\"\r\n");
     expectFailure(reg({"import", file}), "HKEY_USERS");
     EXPECT_FALSE(keyExists(Hive::User, kKey));
-    writeFile(file, "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\Software\\KelTest]\r\n");
+    writeFile(file, "REGEDIT5\r\n\r\n[HKEY_CURRENT_USER\\Software\\KelTest]\r\n");
     expectFailure(reg({"import", file}), "not a registry file");
     EXPECT_FALSE(keyExists(Hive::User, kKey));
+}
+
+TEST_F(KelReg, ImportsRegedit4FilesWithComments) {
+    // Narrow text in the narrow code page; ASCII is the same in every one.
+    const std::string file = kel::test::tempDir() + "/old.reg";
+    writeFile(file,
+              "REGEDIT4\r\n"
+              "\r\n"
+              "; settings of the old installation\r\n"
+              "[HKEY_CURRENT_USER\\Software\\KelTest]\r\n"
+              "\"Name\"=\"Gantrix\"\r\n"
+              ";\"Disabled\"=\"not imported\"\r\n"
+              "\"Path\"=hex(2):25,48,4f,4d,45,25,5c,\\\r\n"
+              "; a comment between continued lines\r\n"
+              "  78,00\r\n"
+              "\"List\"=hex(7):61,00,62,63,00,00\r\n"
+              "\"Count\"=dword:00000003 ; three\r\n"
+              "\r\n"
+              "; the end\r\n");
+    expectSuccess(reg({"import", file}));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"Name", kRegSz), textToValueData(L"Gantrix", true));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"Path", kRegExpandSz),
+              textToValueData(L"%HOME%\\x", true));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"List", kRegMultiSz),
+              textToValueData(std::wstring(L"a\0bc\0\0", 6), false));
+    EXPECT_EQ(rawValue(Hive::User, kKey, L"Count", kRegDword), bytes({3, 0, 0, 0}));
+    unsigned long type;
+    std::vector<unsigned char> data;
+    EXPECT_FALSE(getValue(Hive::User, kKey, L"Disabled", type, data));
+}
+
+// Unlike the Windows registry editor, which applies a file up to its first
+// error, a file is read and checked completely first.
+TEST_F(KelReg, MalformedRegedit4ImportChangesNothing) {
+    const std::string file = kel::test::tempDir() + "/bad4.reg";
+    writeFile(file,
+              "REGEDIT4\r\n\r\n"
+              "[HKEY_CURRENT_USER\\Software\\KelTest\\First]\r\n"
+              "\"ok\"=\"fine\"\r\n"
+              "[-HKEY_CURRENT_USER\\Software\\KelTest\\Kept]\r\n"
+              "[HKEY_CURRENT_USER\\Software\\KelTest\\Second]\r\n"
+              "\"bad\"=hex:01,0g\r\n");
+    putValue(Hive::User, kKey + L"\\Kept", L"v", kRegSz, textToValueData(L"x", true));
+    expectFailure(reg({"import", file}), "line 7");
+    EXPECT_FALSE(keyExists(Hive::User, kKey + L"\\First"));
+    EXPECT_TRUE(keyExists(Hive::User, kKey + L"\\Kept"));
+}
+
+TEST_F(KelReg, ExportWrapsHexAndKeepsControlCharactersQuoted) {
+    putValue(Hive::User, kKey, L"n", kRegBinary, std::vector<unsigned char>(50, 0x33));
+    putValue(Hive::User, kKey, L"tab", kRegSz, textToValueData(L"a\tb\x01c", true));
+    const std::string file = kel::test::tempDir() + "/wrap.reg";
+    expectSuccess(reg({"export", "HKCU\\Software\\KelTest", file}));
+    const std::string b23 = "33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,33,";
+    // Wine's registry keeps values sorted by name; here they come as created.
+    const std::string n = "\"n\"=hex:" + b23 + "\\\r\n  " + b23 + "33,33,\\\r\n  33,33\r\n";
+    const std::string tab = "\"tab\"=\"a\tb\x01c\"\r\n";
+    EXPECT_EQ(readFile(file),
+              encodeUtf16Le(kel::detail::utf8ToWide("Windows Registry Editor Version 5.00\r\n\r\n"
+                                                    "[HKEY_CURRENT_USER\\Software\\KelTest]\r\n" +
+                                                    n + tab + "\r\n")));
 }
 
 TEST_F(KelReg, ImportIntoThe32BitView) {
@@ -549,6 +818,48 @@ TEST_F(KelReg, ReadOnlyHiveGivesAccessDenied) {
     expectSuccess(query);
     EXPECT_NE(query.out.find("V    REG_SZ    1"), std::string::npos);
     chmod(hive.c_str(), 0644);
+}
+
+// The machine hive of an ordinary user: readable, not writable. (No part of
+// the system registry that a Windows test may use is read-only for it.)
+TEST_F(KelReg, ImportChecksEveryKeyForWritingFirst) {
+    const std::string file = kel::test::tempDir() + "/two.reg";
+    writeFile(file,
+              "Windows Registry Editor Version 5.00\r\n\r\n"
+              "[HKEY_CURRENT_USER\\Software\\KelTest]\r\n"
+              "\"user\"=\"u\"\r\n\r\n"
+              "[HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper]\r\n"
+              "\"machine\"=\"m\"\r\n");
+    putValue(Hive::Machine, kKey, L"existing", kRegSz, textToValueData(L"x", true));
+    const std::string hive = kel::test::tempDir() + "/registry/machine.db";
+    ASSERT_EQ(chmod(hive.c_str(), 0444), 0);
+    Result result = reg({"import", file});
+    chmod(hive.c_str(), 0644);
+    expectFailure(result, "Access is denied");
+    EXPECT_NE(result.err.find("HKEY_LOCAL_MACHINE\\Software\\KelTest\\New\\Deeper"),
+              std::string::npos);
+    EXPECT_FALSE(keyExists(Hive::User, kKey));
+}
+
+TEST_F(KelReg, HiveWithDamagedPagesIsReportedAndNotWritten) {
+    // A hive of several pages, left by a process that has ended.
+    for (int i = 0; i < 40; ++i)
+        expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "v" + std::to_string(i), "/d",
+                           std::string(300, 'x'), "/f"}));
+    const std::string hive = kel::test::tempDir() + "/registry/user.db";
+    std::string bytes = readFile(hive);
+    const size_t pageSize =
+        (static_cast<unsigned char>(bytes[16]) << 8) | static_cast<unsigned char>(bytes[17]);
+    ASSERT_GE(bytes.size(), 4 * pageSize);
+    // The header page intact, the last page overwritten.
+    std::fill(bytes.end() - static_cast<long>(pageSize), bytes.end(), '\x5A');
+    writeFile(hive, bytes);
+    expectFailure(reg({"add", "HKCU\\Software\\KelTest\\New", "/v", "V", "/d", "1", "/f"}),
+                  "corrupt");
+    expectFailure(reg({"query", "HKCU\\Software\\KelTest", "/v", "v1"}), "corrupt");
+    EXPECT_EQ(readFile(hive), bytes);
+    struct stat log;
+    EXPECT_TRUE(stat((hive + "-wal").c_str(), &log) != 0 || log.st_size == 0);
 }
 
 TEST_F(KelReg, CorruptHiveIsReported) {

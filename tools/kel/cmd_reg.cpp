@@ -1,5 +1,6 @@
 // "kel reg": queries and edits the configuration store, for installers and
-// administrators, with the arguments of the Windows "reg" command.
+// administrators, with the arguments of the Windows "reg" command and its
+// behaviour.
 //
 //   kel reg query  <key> [/v <name> | /ve] [/s] [/reg:32 | /reg:64]
 //   kel reg add    <key> [/v <name> | /ve] [/t <type>] [/s <separator>] [/d <data>] [/f]
@@ -9,9 +10,12 @@
 //   kel reg import <file> [/reg:32 | /reg:64]
 //
 // A key is a root (HKLM, HKCU, HKCR or HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER,
-// HKEY_CLASSES_ROOT) followed by "\" and a path. Options start with "/" or
-// "-" and ignore case. Errors are one line on stderr and exit code 1; a
-// registry file with an error changes nothing.
+// HKEY_CLASSES_ROOT), alone or followed by "\" and a path. Options start
+// with "/" or "-", ignore case and may each be given once. A command line
+// that is not a valid command prints its error and the usage on stderr
+// (exit code 2); an error of the store or of a file is one line on stderr
+// (exit code 1). A registry file is read and checked completely, and the
+// keys it names checked for writing, before anything is changed.
 
 #include <cctype>
 #include <cerrno>
@@ -46,23 +50,35 @@ const char kUsage[] =
     "  kel reg import <file> [/reg:32 | /reg:64]\n"
     "\n"
     "  <key>    HKLM, HKCU or HKCR (or HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER,\n"
-    "           HKEY_CLASSES_ROOT), then \\ and the key's path\n"
+    "           HKEY_CLASSES_ROOT), alone or followed by \\ and the key's path\n"
     "  /v       the value's name            /ve  the key's default value\n"
-    "  /va      every value of the key      /s   query: the whole tree below the key\n"
-    "  /t       REG_SZ (default), REG_EXPAND_SZ, REG_MULTI_SZ, REG_DWORD, REG_QWORD, REG_BINARY\n"
+    "  /va      every value of the key\n"
+    "  /s       query: the whole tree below the key (with /v or /ve: search it)\n"
+    "  /t       REG_SZ (default), REG_EXPAND_SZ, REG_MULTI_SZ, REG_DWORD, REG_QWORD,\n"
+    "           REG_BINARY, REG_NONE, REG_DWORD_BIG_ENDIAN, REG_DWORD_LITTLE_ENDIAN\n"
     "  /s       add: the separator of REG_MULTI_SZ strings (default \\0)\n"
     "  /d       the data: text, a number (decimal or 0x hexadecimal), or hex digits\n"
     "  /f       add, delete: no question before overwriting or deleting\n"
     "  /y       export: overwrite the file without asking\n"
     "  /reg:32  the 32-bit view of HKLM (Software\\WOW6432Node)\n"
     "\n"
+    "add without /v or /ve sets the key's default value (an empty REG_SZ without /d).\n"
+    "import reads the files of the Windows registry editor (\"Windows Registry Editor\n"
+    "Version 5.00\" or \"REGEDIT4\"); a file with an error changes nothing.\n"
+    "\n"
     "Hive files: $KEL_REGISTRY_DIR/{machine,user,classes}.db when set; else\n"
     "/etc/kel/registry/ (HKLM, HKCR) and ${XDG_CONFIG_HOME:-~/.config}/kel/registry/ (HKCU).\n";
 
-// A failure that ends the command: one line on stderr, exit code 1.
+// A failure that ends the command: one line on stderr and exit code 1, or
+// for a command line that is not a valid command, exit code 2 and the usage.
 struct Failure {
     std::string message;
+    bool badArguments = false;
 };
+
+Failure badArguments(const std::string& message) {
+    return Failure{message, true};
+}
 
 std::wstring wide(const std::string& text) {
     return detail::toWide(text);
@@ -132,7 +148,9 @@ struct KeyName {
     }
 };
 
-// "ROOT" or "ROOT\path"; false when the root is unknown or the path bad.
+// "ROOT" or "ROOT\path" with at most one trailing separator, as reg takes
+// them: a root followed by a separator alone ("HKCU\"), a key ending in two
+// separators and a path starting with one are refused.
 bool parseKeyName(const std::wstring& text, KeyName& key) {
     const size_t separator = text.find(L'\\');
     const std::string root = narrow(text.substr(0, separator));
@@ -142,8 +160,12 @@ bool parseKeyName(const std::wstring& text, KeyName& key) {
         key.hive = candidate.hive;
         key.root = candidate.longName;
         key.path = separator == std::wstring::npos ? L"" : text.substr(separator + 1);
-        while (!key.path.empty() && key.path.back() == L'\\')
+        if (separator != std::wstring::npos && key.path.empty())
+            return false;
+        if (!key.path.empty() && key.path.back() == L'\\')
             key.path.pop_back();
+        if (separator != std::wstring::npos && (key.path.empty() || key.path.back() == L'\\'))
+            return false;
         std::vector<std::wstring> names;
         return detail::splitKeyPath(key.path, names) == detail::kErrorSuccess;
     }
@@ -153,8 +175,9 @@ bool parseKeyName(const std::wstring& text, KeyName& key) {
 KeyName keyArgument(const std::string& text) {
     KeyName key;
     if (!parseKeyName(wide(text), key))
-        throw Failure{"Invalid key name \"" + text +
-                      "\": it must start with HKLM, HKCU or HKCR (or their long names)."};
+        throw badArguments("Invalid key name \"" + text +
+                           "\": it must start with HKLM, HKCU or HKCR (or their long names), "
+                           "alone or followed by \\ and a path.");
     return key;
 }
 
@@ -170,16 +193,25 @@ struct Options {
     bool hasType = false;
     std::string type = "REG_SZ";
     bool hasSeparator = false;
-    std::wstring separator = L"\\0";
+    std::wstring separator;
     bool hasData = false;
     std::wstring data;
     bool force = false;  // /f
     bool yes = false;    // /y
+    bool hasView = false;
     unsigned long view = 0;
 };
 
 bool isOption(const std::string& argument) {
     return argument.size() >= 2 && (argument[0] == '/' || argument[0] == '-');
+}
+
+// Sets a switch; a switch given twice makes the command invalid, as it
+// does for reg.
+void once(bool& given, const std::string& argument) {
+    if (given)
+        throw badArguments("Option " + argument + " is given twice.");
+    given = true;
 }
 
 Options parseOptions(const std::string& operation, const std::vector<std::string>& arguments) {
@@ -193,50 +225,50 @@ Options parseOptions(const std::string& operation, const std::vector<std::string
         const std::string option = argument.substr(1);
         auto value = [&]() -> std::wstring {
             if (i + 1 >= arguments.size())
-                throw Failure{"Option " + argument + " needs a value."};
+                throw badArguments("Option " + argument + " needs a value.");
             return wide(arguments[++i]);
         };
         if (equalsNoCase(option, "v")) {
-            options.hasName = true;
+            once(options.hasName, argument);
             options.name = value();
         } else if (equalsNoCase(option, "ve")) {
-            options.defaultValue = true;
+            once(options.defaultValue, argument);
         } else if (equalsNoCase(option, "va") && operation == "delete") {
-            options.allValues = true;
+            once(options.allValues, argument);
         } else if (equalsNoCase(option, "s") && operation == "query") {
-            options.recursive = true;
+            once(options.recursive, argument);
         } else if (equalsNoCase(option, "s") && operation == "add") {
-            options.hasSeparator = true;
+            once(options.hasSeparator, argument);
             options.separator = value();
         } else if (equalsNoCase(option, "t") && operation == "add") {
-            options.hasType = true;
+            once(options.hasType, argument);
             options.type = narrow(value());
         } else if (equalsNoCase(option, "d") && operation == "add") {
-            options.hasData = true;
+            once(options.hasData, argument);
             options.data = value();
         } else if (equalsNoCase(option, "f") && (operation == "add" || operation == "delete")) {
-            options.force = true;
+            once(options.force, argument);
         } else if (equalsNoCase(option, "y") && operation == "export") {
-            options.yes = true;
-        } else if (equalsNoCase(option, "reg:32")) {
-            options.view = detail::kKeyWow64_32Key;
-        } else if (equalsNoCase(option, "reg:64")) {
-            options.view = 0;
+            once(options.yes, argument);
+        } else if (equalsNoCase(option, "reg:32") || equalsNoCase(option, "reg:64")) {
+            once(options.hasView, argument);
+            options.view = equalsNoCase(option, "reg:32") ? detail::kKeyWow64_32Key : 0;
         } else if (operation == "export" || operation == "import") {
             // A file name such as /tmp/settings.reg.
             options.positional.push_back(argument);
         } else {
-            throw Failure{"Invalid option " + argument + " for \"kel reg " + operation + "\"."};
+            throw badArguments("Invalid option " + argument + " for \"kel reg " + operation +
+                               "\".");
         }
     }
     if (options.hasName + options.defaultValue + options.allValues > 1)
-        throw Failure{"Give only one of /v, /ve and /va."};
+        throw badArguments("Give only one of /v, /ve and /va.");
     return options;
 }
 
 void expectPositional(const Options& options, size_t count, const char* what) {
     if (options.positional.size() != count)
-        throw Failure{std::string("Expected ") + what + "."};
+        throw badArguments(std::string("Expected ") + what + ".");
 }
 
 // Asks on stdout and reads the answer from stdin; anything but yes cancels.
@@ -336,8 +368,11 @@ std::string displayData(const HiveValue& value) {
             return narrow(text);
         }
         case detail::kRegDword:
+        case detail::kRegDwordBigEndian:
         case detail::kRegQword:
-            if (value.data.size() == (value.type == detail::kRegDword ? 4u : 8u)) {
+            // A big-endian number is shown as reg stores it: in the
+            // machine's order.
+            if (value.data.size() == (value.type == detail::kRegQword ? 8u : 4u)) {
                 char text[24];
                 std::snprintf(text, sizeof text, "0x%llx", littleEndian(value.data));
                 return text;
@@ -359,57 +394,126 @@ void printValue(const HiveValue& value) {
 
 // ----- query ------------------------------------------------------------------------------
 
-void queryTree(const KeyName& key, unsigned long view) {
-    HiveKeyHolder opened;
-    check(detail::openKey(key.hive, key.path, detail::kKeyRead | view, opened.key));
+// One value of an open key, as the store gives it; false when it has none
+// of that name.
+bool readOne(detail::HiveKey* key, const std::wstring& name, HiveValue& value) {
+    unsigned long size = 0;
+    unsigned long status = detail::queryValue(key, name, &value.type, nullptr, &size);
+    if (status == detail::kErrorFileNotFound)
+        return false;
+    check(status);
+    value.name = name;
+    value.data.assign(size, 0);
+    check(detail::queryValue(key, name, &value.type, value.data.data(), &size));
+    value.data.resize(size);
+    return true;
+}
+
+// A key, its values and the names of its sub-keys.
+struct KeyContents {
     std::vector<HiveValue> values;
     std::vector<std::wstring> children;
-    check(detail::enumValues(opened.key, values));
-    check(detail::enumSubKeys(opened.key, children));
-    std::printf("\n%s\n", narrow(key.display()).c_str());
-    for (const HiveValue& value : values)
+};
+
+KeyContents readKey(const KeyName& key, unsigned long view, HiveKeyHolder& opened) {
+    check(detail::openKey(key.hive, key.path, detail::kKeyRead | view, opened.key));
+    KeyContents contents;
+    check(detail::enumValues(opened.key, contents.values));
+    check(detail::enumSubKeys(opened.key, contents.children));
+    return contents;
+}
+
+KeyName childOf(const KeyName& key, const std::wstring& child) {
+    KeyName sub = key;
+    sub.path = key.child(child);
+    return sub;
+}
+
+// A key with /s: its name and values (the key queried itself only when it
+// has values), a blank line, then each sub-key in the same way.
+void queryTree(const KeyName& key, unsigned long view, bool below) {
+    HiveKeyHolder opened;
+    const KeyContents contents = readKey(key, view, opened);
+    if (below || !contents.values.empty())
+        std::printf("%s\n", narrow(key.display()).c_str());
+    for (const HiveValue& value : contents.values)
         printValue(value);
-    for (const std::wstring& child : children) {
-        KeyName sub = key;
-        sub.path = key.child(child);
-        queryTree(sub, view);
+    if (below || !contents.values.empty())
+        std::printf("\n");
+    for (const std::wstring& child : contents.children)
+        queryTree(childOf(key, child), view, true);
+}
+
+// /v or /ve with /s: every key of the tree that has the value.
+long searchTree(const KeyName& key, const std::wstring& name, unsigned long view) {
+    HiveKeyHolder opened;
+    check(detail::openKey(key.hive, key.path, detail::kKeyRead | view, opened.key));
+    long found = 0;
+    HiveValue value;
+    if (readOne(opened.key, name, value)) {
+        std::printf("%s\n", narrow(key.display()).c_str());
+        printValue(value);
+        std::printf("\n");
+        ++found;
     }
+    std::vector<std::wstring> children;
+    check(detail::enumSubKeys(opened.key, children));
+    for (const std::wstring& child : children)
+        found += searchTree(childOf(key, child), name, view);
+    return found;
 }
 
 int runQuery(const Options& options) {
     expectPositional(options, 1, "one key: kel reg query <key>");
     const KeyName key = keyArgument(options.positional[0]);
-    if (options.recursive) {
-        queryTree(key, options.view);
+    const bool oneValue = options.hasName || options.defaultValue;
+    if (oneValue && options.recursive) {
+        {
+            // The key searched must exist.
+            HiveKeyHolder opened;
+            check(detail::openKey(key.hive, key.path, detail::kKeyRead | options.view, opened.key));
+        }
         std::printf("\n");
+        const long found = searchTree(key, options.name, options.view);
+        std::printf("End of search: %ld match(es) found.\n", found);
+        return 0;
+    }
+    if (options.recursive) {
+        {
+            HiveKeyHolder opened;
+            readKey(key, options.view, opened);
+        }
+        std::printf("\n");
+        queryTree(key, options.view, false);
         return 0;
     }
     HiveKeyHolder opened;
-    check(detail::openKey(key.hive, key.path, detail::kKeyRead | options.view, opened.key));
-    std::vector<HiveValue> values;
-    check(detail::enumValues(opened.key, values));
-    if (options.hasName || options.defaultValue) {
-        const std::wstring wanted = detail::foldName(options.name);
-        for (const HiveValue& value : values) {
-            if (detail::foldName(value.name) == wanted) {
-                std::printf("\n%s\n", narrow(key.display()).c_str());
-                printValue(value);
-                std::printf("\n");
-                return 0;
-            }
+    if (oneValue) {
+        check(detail::openKey(key.hive, key.path, detail::kKeyRead | options.view, opened.key));
+        HiveValue value;
+        if (readOne(opened.key, options.name, value)) {
+            std::printf("\n%s\n", narrow(key.display()).c_str());
+            printValue(value);
+            std::printf("\n");
+            return 0;
         }
-        throw Failure{storeError(detail::kErrorFileNotFound)};
+        if (!options.defaultValue)
+            throw Failure{storeError(detail::kErrorFileNotFound)};
+        // A key without a default value: reg says so, and succeeds.
+        std::printf("\n%s\n    (Default)    REG_SZ    (value not set)\n",
+                    narrow(key.display()).c_str());
+        return 0;
     }
-    std::vector<std::wstring> children;
-    check(detail::enumSubKeys(opened.key, children));
-    std::printf("\n%s\n", narrow(key.display()).c_str());
-    for (const HiveValue& value : values)
-        printValue(value);
-    if (!children.empty())
-        std::printf("\n");
-    for (const std::wstring& child : children)
-        std::printf("%s\\%s\n", narrow(key.display()).c_str(), narrow(child).c_str());
+    const KeyContents contents = readKey(key, options.view, opened);
     std::printf("\n");
+    if (!contents.values.empty()) {
+        std::printf("%s\n", narrow(key.display()).c_str());
+        for (const HiveValue& value : contents.values)
+            printValue(value);
+        std::printf("\n");
+    }
+    for (const std::wstring& child : contents.children)
+        std::printf("%s\\%s\n", narrow(key.display()).c_str(), narrow(child).c_str());
     return 0;
 }
 
@@ -435,45 +539,69 @@ bool parseNumber(const std::wstring& text, unsigned long long limit, unsigned lo
     return true;
 }
 
-std::vector<unsigned char> numberData(const std::wstring& text, const char* type, size_t bytes) {
+std::vector<unsigned char> numberData(const std::wstring& text, const std::string& type,
+                                      size_t bytes) {
     unsigned long long number = 0;
     const unsigned long long limit = bytes == 4 ? 0xFFFFFFFFull : ~0ull;
     if (!parseNumber(text, limit, number))
-        throw Failure{std::string("Invalid ") + type + " data \"" + narrow(text) +
-                      "\": give a decimal or 0x hexadecimal number that fits."};
+        throw badArguments("Invalid " + type + " data \"" + narrow(text) +
+                           "\": give a decimal or 0x hexadecimal number that fits.");
     std::vector<unsigned char> data;
     for (size_t i = 0; i < bytes; ++i)
         data.push_back(static_cast<unsigned char>(number >> (8 * i) & 0xFF));
     return data;
 }
 
+int hexValue(wchar_t c) {
+    if (c >= L'0' && c <= L'9')
+        return c - L'0';
+    if (c >= L'a' && c <= L'f')
+        return c - L'a' + 10;
+    if (c >= L'A' && c <= L'F')
+        return c - L'A' + 10;
+    return -1;
+}
+
+// Hex digits, two to a byte; an odd number of digits is read as reg reads
+// it, the first digit alone making the first byte ("abc" is 0A BC).
 std::vector<unsigned char> binaryData(const std::wstring& text) {
     std::vector<unsigned char> data;
-    if (text.size() % 2 != 0)
-        throw Failure{"Invalid REG_BINARY data: give an even number of hexadecimal digits."};
-    for (size_t i = 0; i < text.size(); i += 2) {
-        if (!std::iswxdigit(text[i]) || !std::iswxdigit(text[i + 1]))
-            throw Failure{"Invalid REG_BINARY data: give hexadecimal digits only."};
-        data.push_back(static_cast<unsigned char>(std::stoul(text.substr(i, 2), nullptr, 16)));
+    for (wchar_t c : text) {
+        if (hexValue(c) < 0)
+            throw badArguments("Invalid REG_BINARY data: give hexadecimal digits only.");
     }
+    size_t i = 0;
+    if (text.size() % 2 != 0)
+        data.push_back(static_cast<unsigned char>(hexValue(text[i++])));
+    for (; i < text.size(); i += 2)
+        data.push_back(static_cast<unsigned char>(hexValue(text[i]) * 16 + hexValue(text[i + 1])));
     return data;
 }
 
-std::vector<unsigned char> multiStringData(const std::wstring& text,
-                                           const std::wstring& separator) {
-    std::wstring joined;
+// The strings of /d, split at the separator ("\0" unless /s names one);
+// an empty string inside the list is refused, as reg refuses it, and one
+// separator at the end is allowed.
+std::vector<unsigned char> multiStringData(const Options& options) {
+    const std::wstring& text = options.data;
+    const std::wstring separator = options.hasSeparator ? options.separator : L"\\0";
+    std::vector<std::wstring> strings;
     size_t start = 0;
-    while (start <= text.size()) {
-        size_t end = separator.empty() ? std::wstring::npos : text.find(separator, start);
+    while (start < text.size()) {
+        size_t end = text.find(separator, start);
         if (end == std::wstring::npos)
             end = text.size();
-        if (end > start)
-            joined += text.substr(start, end - start) + L'\0';
+        if (end == start)
+            throw badArguments(
+                "Invalid REG_MULTI_SZ data: the strings of the list may not be empty.");
+        strings.push_back(text.substr(start, end - start));
         start = end + separator.size();
-        if (separator.empty())
-            break;
     }
+    std::wstring joined;
+    for (const std::wstring& s : strings)
+        joined += s + L'\0';
     joined += L'\0';
+    if (strings.empty())
+        joined = std::wstring(1, L'\0');
     return detail::textToValueData(joined, false);
 }
 
@@ -482,28 +610,37 @@ HiveValue valueToAdd(const Options& options) {
     value.name = options.name;
     const std::string& type = options.type;
     if (options.hasSeparator && !equalsNoCase(type, "REG_MULTI_SZ"))
-        throw Failure{"/s is for REG_MULTI_SZ data only."};
-    if (equalsNoCase(type, "REG_SZ") || equalsNoCase(type, "REG_EXPAND_SZ")) {
-        value.type = equalsNoCase(type, "REG_SZ") ? detail::kRegSz : detail::kRegExpandSz;
+        throw badArguments("/s is for REG_MULTI_SZ data only.");
+    if (equalsNoCase(type, "REG_SZ") || equalsNoCase(type, "REG_EXPAND_SZ") ||
+        equalsNoCase(type, "REG_NONE")) {
+        // REG_NONE data is text, as reg stores it.
+        value.type = equalsNoCase(type, "REG_SZ")          ? detail::kRegSz
+                     : equalsNoCase(type, "REG_EXPAND_SZ") ? detail::kRegExpandSz
+                                                           : detail::kRegNone;
         value.data = detail::textToValueData(options.data, true);
     } else if (equalsNoCase(type, "REG_MULTI_SZ")) {
-        if (options.separator.size() > 1 && options.separator != L"\\0")
-            throw Failure{"The /s separator must be one character."};
+        if (options.hasSeparator && options.separator.size() != 1)
+            throw badArguments("The /s separator must be one character.");
         value.type = detail::kRegMultiSz;
-        value.data = multiStringData(options.data, options.separator);
-    } else if (equalsNoCase(type, "REG_DWORD")) {
-        value.type = detail::kRegDword;
-        value.data = numberData(options.hasData ? options.data : L"0", "REG_DWORD", 4);
+        value.data = multiStringData(options);
+    } else if (equalsNoCase(type, "REG_DWORD") || equalsNoCase(type, "REG_DWORD_LITTLE_ENDIAN") ||
+               equalsNoCase(type, "REG_DWORD_BIG_ENDIAN")) {
+        // Deliberate: a big-endian number is stored in the machine's order,
+        // as reg stores it, only its type differs.
+        value.type = equalsNoCase(type, "REG_DWORD_BIG_ENDIAN") ? detail::kRegDwordBigEndian
+                                                                : detail::kRegDword;
+        value.data = numberData(options.hasData ? options.data : L"0", type, 4);
     } else if (equalsNoCase(type, "REG_QWORD")) {
         value.type = detail::kRegQword;
-        value.data = numberData(options.hasData ? options.data : L"0", "REG_QWORD", 8);
+        value.data = numberData(options.hasData ? options.data : L"0", type, 8);
     } else if (equalsNoCase(type, "REG_BINARY")) {
         value.type = detail::kRegBinary;
         value.data = binaryData(options.data);
     } else {
-        throw Failure{"Unsupported type \"" + type +
-                      "\": use REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_DWORD, REG_QWORD or "
-                      "REG_BINARY."};
+        throw badArguments("Unsupported type \"" + type +
+                           "\": use REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_DWORD, REG_QWORD, "
+                           "REG_BINARY, REG_NONE, REG_DWORD_BIG_ENDIAN or "
+                           "REG_DWORD_LITTLE_ENDIAN.");
     }
     return value;
 }
@@ -516,18 +653,15 @@ bool valueExists(detail::HiveKey* key, const std::wstring& name) {
 int runAdd(const Options& options) {
     expectPositional(options, 1, "one key: kel reg add <key> ...");
     const KeyName key = keyArgument(options.positional[0]);
-    const bool setsValue =
-        options.hasName || options.defaultValue || options.hasData || options.hasType;
-    const HiveValue value = setsValue ? valueToAdd(options) : HiveValue();
+    // Without /v the value is the key's default one, as with /ve.
+    const HiveValue value = valueToAdd(options);
     HiveKeyHolder opened;
     check(detail::createKey(key.hive, key.path, detail::kKeyAllAccess | options.view, opened.key));
-    if (setsValue) {
-        if (valueExists(opened.key, value.name))
-            confirmOrCancel(options.force,
-                            L"Value " + wide(displayName(value.name)) + L" exists, overwrite");
-        check(detail::setValue(opened.key, value.name, value.type, value.data.data(),
-                               static_cast<unsigned long>(value.data.size())));
-    }
+    if (valueExists(opened.key, value.name))
+        confirmOrCancel(options.force,
+                        L"Value " + wide(displayName(value.name)) + L" exists, overwrite");
+    check(detail::setValue(opened.key, value.name, value.type, value.data.data(),
+                           static_cast<unsigned long>(value.data.size())));
     completed();
     return 0;
 }
@@ -577,21 +711,14 @@ int runDelete(const Options& options) {
 
 void collect(const KeyName& key, unsigned long view, detail::RegFile& file) {
     HiveKeyHolder opened;
-    check(detail::openKey(key.hive, key.path, detail::kKeyRead | view, opened.key));
+    const KeyContents contents = readKey(key, view, opened);
     detail::RegFileKey entry;
     entry.path = key.display();
-    std::vector<HiveValue> values;
-    check(detail::enumValues(opened.key, values));
-    for (HiveValue& value : values)
-        entry.values.push_back({std::move(value.name), false, value.type, std::move(value.data)});
+    for (const HiveValue& value : contents.values)
+        entry.values.push_back({value.name, false, value.type, value.data});
     file.keys.push_back(std::move(entry));
-    std::vector<std::wstring> children;
-    check(detail::enumSubKeys(opened.key, children));
-    for (const std::wstring& child : children) {
-        KeyName sub = key;
-        sub.path = key.child(child);
-        collect(sub, view, file);
-    }
+    for (const std::wstring& child : contents.children)
+        collect(childOf(key, child), view, file);
 }
 
 bool fileExists(const std::string& path) {
@@ -659,6 +786,25 @@ std::vector<KeyName> importTargets(const detail::RegFile& file) {
     return keys;
 }
 
+// Whether `key` can be changed as the file asks: the key itself, or the
+// nearest of its parents that exists, opens with the rights to write.
+unsigned long writableForImport(const KeyName& key, bool remove, unsigned long view) {
+    std::wstring path = key.path;
+    for (;;) {
+        HiveKeyHolder opened;
+        const unsigned long rights =
+            remove ? detail::kKeyRead | detail::kDelete | detail::kKeySetValue : detail::kKeyWrite;
+        const unsigned long status = detail::openKey(key.hive, path, rights | view, opened.key);
+        if (status != detail::kErrorFileNotFound || path.empty())
+            return status;
+        // A key to remove that is not there needs nothing.
+        if (remove)
+            return detail::kErrorSuccess;
+        const size_t separator = path.find_last_of(L'\\');
+        path = separator == std::wstring::npos ? L"" : path.substr(0, separator);
+    }
+}
+
 void applyKey(const detail::RegFileKey& entry, const KeyName& key, unsigned long view) {
     if (entry.remove) {
         const unsigned long status = detail::deleteTree(key.hive, key.path, view);
@@ -688,6 +834,12 @@ int runImport(const Options& options) {
     if (!detail::parseRegFile(readFile(path), file, error))
         throw Failure{path + ": " + narrow(error) + "; nothing was imported."};
     const std::vector<KeyName> keys = importTargets(file);
+    for (size_t i = 0; i < keys.size(); ++i) {
+        const unsigned long status = writableForImport(keys[i], file.keys[i].remove, options.view);
+        if (status != detail::kErrorSuccess)
+            throw Failure{narrow(keys[i].display()) + ": " + storeError(status) +
+                          " Nothing was imported."};
+    }
     for (size_t i = 0; i < keys.size(); ++i)
         applyKey(file.keys[i], keys[i], options.view);
     completed();
@@ -704,8 +856,8 @@ int runReg(const std::vector<std::string>& arguments) {
     }
     try {
         if (arguments.empty())
-            throw Failure{
-                "Missing operation: query, add, delete, export or import (see kel reg /?)."};
+            throw badArguments(
+                "Missing operation: query, add, delete, export or import (see kel reg /?).");
         std::string operation = arguments[0];
         for (char& c : operation)
             c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -719,12 +871,15 @@ int runReg(const std::vector<std::string>& arguments) {
                 return run(parseOptions(
                     operation, std::vector<std::string>(arguments.begin() + 1, arguments.end())));
         }
-        throw Failure{"Unknown operation \"" + arguments[0] +
-                      "\": use query, add, delete, export or import."};
+        throw badArguments("Unknown operation \"" + arguments[0] +
+                           "\": use query, add, delete, export or import.");
     } catch (const Failure& failure) {
         std::fflush(stdout);
         std::fprintf(stderr, "kel reg: ERROR: %s\n", failure.message.c_str());
-        return 1;
+        if (!failure.badArguments)
+            return 1;
+        std::fputs(kUsage, stderr);
+        return 2;
     }
 }
 

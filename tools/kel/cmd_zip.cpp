@@ -9,12 +9,16 @@
 
 #include <kel/Kel.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "command.h"
 #include "files/file_system.h"
+#include "files/zip_directory.h"
+#include "files/zip_failure.h"
 #include "files/zip_names.h"
 #include "platform/path.h"
 
@@ -60,6 +64,77 @@ int cannotArchive(const std::wstring& source, const std::wstring& archive) {
     return 1;
 }
 
+// An entry name compared without regard to its separators: "a//b\\c\\" and
+// "a/b/c" are the same.
+std::wstring entryKey(const std::wstring& name) {
+    std::wstring key;
+    for (wchar_t c : name) {
+        const bool separator = c == L'\\' || c == L'/';
+        if (separator && (key.empty() || key.back() == L'/'))
+            continue;
+        key += separator ? L'/' : c;
+    }
+    if (!key.empty() && key.back() == L'/')
+        key.pop_back();
+    return key;
+}
+
+// Why the library could not have added `path`, for the user.
+std::string whyLeftOut(const std::wstring& path) {
+    if (path.size() > MAX_PATH)
+        return "the path is longer than 260 characters";
+    kel::detail::BinaryFile file;
+    uint32_t attributes = 0;
+    if (kel::detail::fileAttributes(path, attributes) &&
+        (attributes & kel::detail::kAttributeDirectory) == 0 && !file.openForReading(path)) {
+        return "cannot read it";
+    }
+    return "not added";
+}
+
+// Walks `folder` as AddFolderToZip does (names beginning with "." are
+// skipped deliberately, as the library skips them) and collects every file
+// and folder whose entry is missing from `entries`.
+void collectLeftOut(const std::wstring& folder, const std::wstring& root, bool flat,
+                    const std::wstring& archive, const std::set<std::wstring>& entries,
+                    std::vector<std::wstring>& leftOut) {
+    const std::wstring name = flat ? kel::detail::fileNamePart(folder)
+                                   : folder.substr(std::min(root.size(), folder.size()));
+    if (entries.count(entryKey(name)) == 0) {
+        leftOut.push_back(folder);
+        return;  // its children were not reached either
+    }
+    std::vector<kel::detail::FolderEntry> children;
+    kel::detail::listFolder(folder, children);
+    for (const kel::detail::FolderEntry& child : children) {
+        if (child.name.empty() || child.name[0] == L'.')
+            continue;
+        const std::wstring path = kel::detail::joinPath(folder, child.name);
+        if (kel::detail::samePathNoCase(path, archive))
+            continue;
+        if (child.isDirectory) {
+            collectLeftOut(path, root, flat, archive, entries, leftOut);
+            continue;
+        }
+        const std::wstring file =
+            flat ? child.name : path.substr(std::min(root.size(), path.size()));
+        if (entries.count(entryKey(file)) == 0)
+            leftOut.push_back(path);
+    }
+}
+
+// The entries of a written archive, as keys.
+std::set<std::wstring> entryKeys(const std::wstring& archive) {
+    std::set<std::wstring> keys;
+    KelUnzipper zip(archive.c_str());
+    UZ_FileInfo info;
+    for (bool more = zip.GotoFirstFile(); more; more = zip.GotoNextFile()) {
+        if (zip.GetFileInfo(info))
+            keys.insert(entryKey(info.szFileName));
+    }
+    return keys;
+}
+
 int runZip(const std::vector<std::string>& arguments) {
     const Arguments args = parse(arguments);
     if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
@@ -88,7 +163,23 @@ int runZip(const std::vector<std::string>& arguments) {
     }
     std::printf("%s: %d files, %d folders, %lu bytes\n", shown(archive).c_str(), info.nFileCount,
                 info.nFolderCount, static_cast<unsigned long>(info.dwUncompressedSize));
-    return 0;
+    if (!folder)
+        return 0;
+    // The library passes over children it cannot add; the user hears of
+    // each one, and the run counts as failed.
+    std::vector<std::wstring> leftOut;
+    const std::wstring root = kel::detail::folderPart(source);
+    collectLeftOut(source, root, args.flat, archive, entryKeys(archive), leftOut);
+    for (const std::wstring& path : leftOut) {
+        std::fprintf(stderr, "kel zip: left out %s: %s\n", shown(path).c_str(),
+                     whyLeftOut(path).c_str());
+    }
+    return leftOut.empty() ? 0 : 1;
+}
+
+int cannotExtract(const std::wstring& what, const std::string& reason) {
+    std::fprintf(stderr, "kel unzip: cannot extract %s: %s\n", shown(what).c_str(), reason.c_str());
+    return 1;
 }
 
 int runUnzip(const std::vector<std::string>& arguments) {
@@ -103,6 +194,14 @@ int runUnzip(const std::vector<std::string>& arguments) {
         std::fprintf(stderr, "kel unzip: cannot open %s\n", shown(args.paths[0]).c_str());
         return 1;
     }
+    // The whole directory is checked before anything is written.
+    kel::detail::ArchiveDirectory directory;
+    std::string problem;
+    if (!kel::detail::readArchiveDirectory(archive, directory, problem))
+        return cannotExtract(args.paths[0], "damaged archive: " + problem);
+    const int count = zip.GetFileCount();
+    if (count == 0)
+        return cannotExtract(args.paths[0], "the archive holds no entries");
     const std::wstring folder = kel::detail::withoutTrailingSeparators(
         args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
                                : kel::detail::folderPart(archive));
@@ -113,13 +212,13 @@ int runUnzip(const std::vector<std::string>& arguments) {
         const std::wstring name = args.flat && !info.bFolder
                                       ? kel::detail::fileNamePart(info.szFileName)
                                       : std::wstring(info.szFileName);
-        if (!zip.UnzipFile(folder.c_str(), args.flat)) {
-            std::fprintf(stderr, "kel unzip: cannot extract %s\n", shown(info.szFileName).c_str());
-            return 1;
-        }
+        if (!zip.UnzipFile(folder.c_str(), args.flat))
+            return cannotExtract(info.szFileName, kel::detail::zipFailure());
         std::printf("%s\n", shown(kel::detail::joinPath(folder, name)).c_str());
         ++written;
     }
+    if (written != count)
+        return cannotExtract(args.paths[0], "damaged archive: the directory breaks off");
     std::printf("%d entries extracted into %s\n", written, shown(folder).c_str());
     return 0;
 }

@@ -1,0 +1,67 @@
+// "kel message": a message box from the shell, for scripts.
+//
+//   kel message TEXT [--caption CAPTION] [--yesno]
+//
+// Shows TEXT in a box with an OK button (with Yes and No buttons and the
+// question icon for --yesno), captioned with CAPTION or the product name,
+// and exits with the button chosen: 1 OK, 6 Yes, 7 No, 2 for a closed box
+// that has Cancel. Without a display the box is one line "CAPTION: TEXT" on
+// stderr and the exit code is 0, the result of a box that was not shown.
+
+#include <kel/Kel.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "command.h"
+
+namespace kel::tool {
+
+namespace {
+
+constexpr const char* kUsage = "usage: kel message TEXT [--caption CAPTION] [--yesno]\n";
+
+int runMessage(const std::vector<std::string>& arguments) {
+    const std::string* text = nullptr;
+    const std::string* caption = nullptr;
+    bool yesNo = false;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
+        if (argument == "--yesno") {
+            yesNo = true;
+        } else if (argument == "--caption" && i + 1 < arguments.size() && caption == nullptr) {
+            caption = &arguments[++i];
+        } else if (argument.empty() || argument[0] != '-' || argument == "-") {
+            if (text != nullptr) {
+                std::fputs(kUsage, stderr);
+                return 2;
+            }
+            text = &argument;
+        } else {
+            std::fputs(kUsage, stderr);
+            return 2;
+        }
+    }
+    if (text == nullptr) {
+        std::fputs(kUsage, stderr);
+        return 2;
+    }
+    const KelString shownCaption = caption != nullptr
+                                       ? KelString(caption->c_str())
+                                       : KelString(KelProductDefines::getGXProductName());
+    const unsigned int style = yesNo ? MB_YESNO | MB_ICONQUESTION : MB_OK | MB_ICONINFORMATION;
+    return KelMessage::messageBox(KelString(text->c_str()), shownCaption, style,
+                                  static_cast<HWND>(nullptr));
+}
+
+const Command messageCommand("message", "show a message box; the exit code is the answer",
+                             runMessage);
+
+}  // namespace
+
+}  // namespace kel::tool
