@@ -53,6 +53,7 @@
 #include <kel/KelLogfile.h>
 #include <kel/KelPerfMonitor.h>
 #include <kel/KelStackWalker.h>
+#include <kel/OrbisException.h>
 
 // Processes, progress and notification
 #include <kel/KelIPCConnection.h>

@@ -63,6 +63,8 @@ kel_add_tracer_test(KelErrorTracer_test INTERNAL
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_test.cpp)
 kel_add_tracer_test(KelErrorTracer_nolibrary_test INTERNAL
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_nolibrary_test.cpp)
+kel_add_tracer_test(KelErrorTracer_OrbisException_test
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_OrbisException_test.cpp)
 if(WIN32)
     # The settings live in the one system registry and the reports in the
     # one documents folder: these tests take turns with the others that
