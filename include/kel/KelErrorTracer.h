@@ -10,8 +10,10 @@
 //
 // The tracer is off unless the user's settings switch it on. They are read
 // from the user hive, under the key KelRegistry::getRegPathErrorTracer()
-// ("Software\Norvane\Gantrix\2015.1\Settings\ErrorTracer"), when the
-// library loads and on each Reinitialize:
+// ("Software\Norvane\Gantrix\2015.1\Settings\ErrorTracer"), by the first
+// call that needs them and again on each Reinitialize (not while the
+// library loads: loading opens no file of the configuration store, and a
+// product renamed at start-up is read under its new name):
 //   "EnableErrorTracer" (REG_DWORD)  nonzero: on
 //   "DbgHelpFullPath"   (REG_SZ)     the debug-help library the stack walker
 //                                    loads: "DbgHelp.dll" on Windows,
@@ -35,10 +37,13 @@
 
 class KEL_API KelErrorTracer {
 public:
-    // Reads the settings (Reinitialize). The library creates the one
-    // instance that GetInstance returns when it loads.
+    // The library creates the one instance that GetInstance returns when it
+    // loads. The defaults hold (off, defaultLibraryPath(), "C:\;") and both
+    // error lists are empty; the settings are read, as Reinitialize reads
+    // them, by the first call that needs them.
     KelErrorTracer();
-    // Copies the flag and the two paths; the error lists are shared by all.
+    // Copies the flag and the two paths (read first if they were not yet);
+    // the error lists are shared by all.
     KelErrorTracer(const KelErrorTracer& other);
     KelErrorTracer& operator=(const KelErrorTracer& other);
     ~KelErrorTracer();
@@ -91,9 +96,13 @@ public:
     static KelStackWalker* m_pStackWalker;
 
 private:
+    // Runs Reinitialize if the settings were never read.
+    void readSettings() const;
+
     bool m_bEnabled;
     KelString m_strDbgHelpPath;
     KelString m_strSymbolPaths;
+    bool m_bSettingsRead;
 };
 
 #endif  // KEL_KELERRORTRACER_H

@@ -28,19 +28,33 @@ void clear(KelArray<KelString>& list) {
 
 }  // namespace
 
-KelErrorTracer::KelErrorTracer() : m_bEnabled(false) {
-    Reinitialize();
+// Deliberate: the settings are not read here but by the first call that
+// needs them. The instance is built while the library loads, and a read
+// then would open the configuration store's files inside the start-up of
+// every process that loads the library (before the host has named its
+// product, and before a host or test has set up the store it wants).
+KelErrorTracer::KelErrorTracer()
+    : m_bEnabled(false),
+      m_strDbgHelpPath(KelStackWalker::defaultLibraryPath()),
+      m_strSymbolPaths(kDefaultSymbolPaths),
+      m_bSettingsRead(false) {
+    clear(m_arrErrors);
+    clear(m_arrErrorsInfo);
 }
 
-KelErrorTracer::KelErrorTracer(const KelErrorTracer& other)
-    : m_bEnabled(other.m_bEnabled),
-      m_strDbgHelpPath(other.m_strDbgHelpPath),
-      m_strSymbolPaths(other.m_strSymbolPaths) {}
-
-KelErrorTracer& KelErrorTracer::operator=(const KelErrorTracer& other) {
+KelErrorTracer::KelErrorTracer(const KelErrorTracer& other) : m_bSettingsRead(true) {
+    other.readSettings();
     m_bEnabled = other.m_bEnabled;
     m_strDbgHelpPath = other.m_strDbgHelpPath;
     m_strSymbolPaths = other.m_strSymbolPaths;
+}
+
+KelErrorTracer& KelErrorTracer::operator=(const KelErrorTracer& other) {
+    other.readSettings();
+    m_bEnabled = other.m_bEnabled;
+    m_strDbgHelpPath = other.m_strDbgHelpPath;
+    m_strSymbolPaths = other.m_strSymbolPaths;
+    m_bSettingsRead = true;
     return *this;
 }
 
@@ -50,7 +64,13 @@ KelErrorTracer* KelErrorTracer::GetInstance() {
     return m_pInstance;
 }
 
+void KelErrorTracer::readSettings() const {
+    if (!m_bSettingsRead)
+        const_cast<KelErrorTracer*>(this)->Reinitialize();
+}
+
 void KelErrorTracer::Reinitialize() {
+    m_bSettingsRead = true;
     const KelString key = KelRegistry::getRegPathErrorTracer();
     int enabled = 0;
     m_bEnabled = KelRegistry::getRegValueCurrentUser(key, L"EnableErrorTracer", enabled, 0) == 1 &&
@@ -67,18 +87,22 @@ void KelErrorTracer::Reinitialize() {
 }
 
 bool KelErrorTracer::IsTraceEnabled() {
+    readSettings();
     return m_bEnabled;
 }
 
 const KelString& KelErrorTracer::getDbgHelpPath() const {
+    readSettings();
     return m_strDbgHelpPath;
 }
 
 const KelString& KelErrorTracer::getSymbolPaths() const {
+    readSettings();
     return m_strSymbolPaths;
 }
 
 void KelErrorTracer::AddError(KelString text) {
+    readSettings();
     if (!m_bEnabled)
         return;
     m_arrErrors.append(text);

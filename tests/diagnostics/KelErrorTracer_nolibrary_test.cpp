@@ -1,7 +1,9 @@
 // KelErrorTracer in a process whose first error meets a debug-help library
-// that cannot be loaded: the errors are kept with empty stack texts, and the
-// stack walker keeps the path it was created with after Reinitialize. Its
-// own program, because the walker is created once per process.
+// that cannot be loaded: the settings are read by the first call that needs
+// them, the errors are kept with empty stack texts, and the stack walker
+// keeps the path it was created with after Reinitialize. Its own program,
+// because the tracer reads its settings and creates its walker once per
+// process.
 
 #include <kel/Kel.h>
 
@@ -105,8 +107,11 @@ TEST(ErrorTracerWithoutLibrary, ErrorsAreKeptWithEmptyStackTexts) {
               1);
     setText(L"DbgHelpFullPath", missingLibrary());
     setText(L"SymbolPaths", L"D:\\Symbols");
-    tracer->Reinitialize();
+    // Nothing was read while the library loaded: the first call that needs
+    // the settings reads them.
     ASSERT_TRUE(tracer->IsTraceEnabled());
+    EXPECT_EQ(std::wstring(tracer->getDbgHelpPath().getStringW()), missingLibrary());
+    EXPECT_STREQ(tracer->getSymbolPaths().getStringW(), L"D:\\Symbols");
 
     kelSetLastError(0);
     tracer->AddError(L"Beam B12: no profile");
