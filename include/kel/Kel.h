@@ -49,8 +49,11 @@
 
 // Diagnostics
 #include <kel/KelDebugInterfaces.h>
+#include <kel/KelErrorTracer.h>
 #include <kel/KelLogfile.h>
 #include <kel/KelPerfMonitor.h>
+#include <kel/KelStackWalker.h>
+#include <kel/OrbisException.h>
 
 // Processes, progress and notification
 #include <kel/KelIPCConnection.h>
