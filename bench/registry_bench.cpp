@@ -219,7 +219,7 @@ void DurableWrite_KelAndSqliteInTurn(benchmark::State& state) {
     state.counters["kel_us"] = kelUs;
     state.counters["reference_us"] = plainUs;
     state.counters["ratio"] = kelUs / plainUs;
-    state.SetLabel("SQLite durable write, in turn");
+    state.SetLabel("SQLite durable write");
 }
 BENCHMARK(DurableWrite_KelAndSqliteInTurn)
     ->Name("DurableWriteInTurn/kel_and_reference")

@@ -270,6 +270,7 @@ int runZip(const std::vector<std::string>& arguments) {
     std::vector<std::wstring> leftOut;
     const std::wstring root = kel::detail::folderPart(source);
     collectLeftOut(source, root, args.flat, archive, entryKeys(archive), leftOut);
+    std::fflush(stdout);  // the summary before the lines about it, also in a pipe
     for (const std::wstring& path : leftOut) {
         std::fprintf(stderr, "kel zip: left out %s: %s\n", shown(path).c_str(),
                      whyLeftOut(path).c_str());
