@@ -78,6 +78,7 @@ const std::map<std::string, std::vector<std::wstring>> kBadArguments = {
     {"help", {L"help", L"zip", L"unzip"}},
     {"message", {L"message"}},
     {"modules", {L"modules", L"a.txt", L"b.txt"}},
+    {"pipe", {L"pipe"}},
     {"reg", {L"reg"}},
     {"unzip", {L"unzip"}},
     {"version", {L"version"}},
@@ -97,7 +98,7 @@ TEST(KelToolHelp, ListsEveryCommandOnStdout) {
     }
     const std::vector<std::string> names = listedCommands();
     EXPECT_EQ(names, (std::vector<std::string>{"datasource", "demo", "help", "message", "modules",
-                                               "reg", "unzip", "version", "zip"}));
+                                               "pipe", "reg", "unzip", "version", "zip"}));
 }
 
 TEST(KelToolHelp, EveryCommandAnswersHelpInThreeWays) {
@@ -122,11 +123,17 @@ TEST(KelToolHelp, EveryCommandAnswersHelpInThreeWays) {
 }
 
 TEST(KelToolHelp, HelpGoesBeforeAnythingTheCommandWouldDo) {
-    // Arguments after --help are not looked at: nothing is archived.
-    const auto r = runProgram(kelTool(), {L"zip", L"--help", L"no-such-folder"});
-    EXPECT_EQ(0, r.exitCode);
-    EXPECT_EQ(kel::test::kelUsage(L"zip"), r.out);
-    EXPECT_EQ("", r.err);
+    // Wherever the option stands, the other arguments are not looked at:
+    // nothing is archived, nothing is written to the store.
+    for (const std::vector<std::wstring>& arguments :
+         {std::vector<std::wstring>{L"zip", L"--help", L"no-such-folder"},
+          std::vector<std::wstring>{L"zip", L"no-such-folder", L"-h"},
+          std::vector<std::wstring>{L"reg", L"add", L"HKCU\\Software\\KelTest", L"--help"}}) {
+        const auto r = runProgram(kelTool(), arguments);
+        EXPECT_EQ(0, r.exitCode);
+        EXPECT_EQ(kel::test::kelUsage(arguments[0]), r.out);
+        EXPECT_EQ("", r.err);
+    }
 }
 
 TEST(KelToolHelp, WrongArgumentsPrintTheUsageOnStderrWithExitTwo) {

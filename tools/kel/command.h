@@ -5,8 +5,9 @@
 //   constexpr char kUsage[] = "usage: kel reg query <key> ...\n";
 //   static kel::tool::Command reg("reg", "query and edit the configuration store", kUsage, runReg);
 //
-// main.cpp answers "kel help reg", "kel reg --help" and "kel reg -h" from
-// that text, on stdout with exit code 0, before the command runs; a command
+// main.cpp answers "kel help reg", "kel reg --help" and "kel reg -h" (the
+// option anywhere after the command's name) from that text, on stdout with
+// exit code 0, before the command runs; a command
 // given arguments it cannot take returns usageError(kUsage): the usage on
 // stderr and exit code 2.
 //

@@ -2,12 +2,12 @@
 //
 //   kel demo              a short tour of the library
 //   kel help [COMMAND]    the list of commands, or how to use one
-//   kel COMMAND --help    how to use COMMAND (also -h)
+//   kel COMMAND --help    how to use COMMAND (also -h, anywhere after COMMAND)
 //   kel --version         the versions of the tool and of the library
 //
 // Help is answered here, for every command alike, from the usage each
-// command registers; the commands never see --help or -h as their first
-// argument.
+// command registers; a command never sees --help or -h among its arguments,
+// so none takes either as a value.
 
 #include <algorithm>
 #include <clocale>
@@ -136,7 +136,9 @@ int main(int argc, char** argv) {
     const kel::tool::Command* command = kel::tool::findCommand(name);
     if (command == nullptr)
         return kel::tool::unknownCommand(name);
-    if (argc > 2 && kel::tool::isHelpOption(argv[2]))
-        return kel::tool::showUsage(*command);
+    for (int i = 2; i < argc; ++i) {
+        if (kel::tool::isHelpOption(argv[i]))
+            return kel::tool::showUsage(*command);
+    }
     return command->run(std::vector<std::string>(argv + 2, argv + argc));
 }
