@@ -1,5 +1,6 @@
 // KelHandleMap side by side with std::unordered_map<int64_t, int64_t>, and
-// KelBalancedTree side by side with std::set, on 1,000,000 entries.
+// KelBalancedTree side by side with std::set, on 1,000,000 entries:
+// consecutive handles (random:0) and handles spread over 64 bits (random:1).
 
 #include <benchmark/benchmark.h>
 
@@ -45,8 +46,10 @@ const std::vector<int64_t>& handles(const benchmark::State& state) {
     return state.range(0) == 0 ? sequentialHandles() : randomHandles();
 }
 
-void setLabel(benchmark::State& state) {
-    state.SetLabel(state.range(0) == 0 ? "sequential handles" : "random handles");
+// The reference's name, on the reference's side.
+void setCounters(benchmark::State& state, const char* reference = nullptr) {
+    if (reference != nullptr)
+        state.SetLabel(reference);
     state.SetItemsProcessed(state.iterations() * kCount);
 }
 
@@ -60,9 +63,14 @@ void KelHandleMap_Insert(benchmark::State& state) {
             map.addTuple(key, key + 1);
         benchmark::DoNotOptimize(map);
     }
-    setLabel(state);
+    setCounters(state);
 }
-BENCHMARK(KelHandleMap_Insert)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelHandleMap_Insert)
+    ->Name("HandleMapInsert/kel")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void StdUnorderedMap_Insert(benchmark::State& state) {
     const std::vector<int64_t>& keys = handles(state);
@@ -72,9 +80,14 @@ void StdUnorderedMap_Insert(benchmark::State& state) {
             map.emplace(key, key + 1);
         benchmark::DoNotOptimize(map);
     }
-    setLabel(state);
+    setCounters(state, "std::unordered_map");
 }
-BENCHMARK(StdUnorderedMap_Insert)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdUnorderedMap_Insert)
+    ->Name("HandleMapInsert/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 // ----- handle map: lookup ------------------------------------------------------------
 
@@ -92,9 +105,14 @@ void KelHandleMap_Lookup(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(sum);
     }
-    setLabel(state);
+    setCounters(state);
 }
-BENCHMARK(KelHandleMap_Lookup)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelHandleMap_Lookup)
+    ->Name("HandleMapLookup/kel")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void StdUnorderedMap_Lookup(benchmark::State& state) {
     const std::vector<int64_t>& keys = handles(state);
@@ -109,9 +127,14 @@ void StdUnorderedMap_Lookup(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(sum);
     }
-    setLabel(state);
+    setCounters(state, "std::unordered_map");
 }
-BENCHMARK(StdUnorderedMap_Lookup)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdUnorderedMap_Lookup)
+    ->Name("HandleMapLookup/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 // ----- balanced tree -------------------------------------------------------------------
 
@@ -138,9 +161,14 @@ void KelBalancedTree_Insert(benchmark::State& state) {
         tree.reset();
         state.ResumeTiming();
     }
-    setLabel(state);
+    setCounters(state);
 }
-BENCHMARK(KelBalancedTree_Insert)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelBalancedTree_Insert)
+    ->Name("BalancedTreeInsert/kel")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void StdSet_Insert(benchmark::State& state) {
     const std::vector<int64_t>& keys = handles(state);
@@ -153,9 +181,14 @@ void StdSet_Insert(benchmark::State& state) {
         delete set;
         state.ResumeTiming();
     }
-    setLabel(state);
+    setCounters(state, "std::set");
 }
-BENCHMARK(StdSet_Insert)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdSet_Insert)
+    ->Name("BalancedTreeInsert/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void KelBalancedTree_Search(benchmark::State& state) {
     const std::vector<int64_t>& keys = handles(state);
@@ -168,9 +201,14 @@ void KelBalancedTree_Search(benchmark::State& state) {
             found += tree.search(Entry(key)) != nullptr ? 1 : 0;
         benchmark::DoNotOptimize(found);
     }
-    setLabel(state);
+    setCounters(state);
 }
-BENCHMARK(KelBalancedTree_Search)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelBalancedTree_Search)
+    ->Name("BalancedTreeSearch/kel")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void StdSet_Search(benchmark::State& state) {
     const std::vector<int64_t>& keys = handles(state);
@@ -181,8 +219,13 @@ void StdSet_Search(benchmark::State& state) {
             found += set.find(key) != set.end() ? 1 : 0;
         benchmark::DoNotOptimize(found);
     }
-    setLabel(state);
+    setCounters(state, "std::set");
 }
-BENCHMARK(StdSet_Search)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdSet_Search)
+    ->Name("BalancedTreeSearch/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -111,6 +111,7 @@ void Backtrace_Bare(benchmark::State& state) {
             benchmark::DoNotOptimize(frames);
         }
         state.counters["frames"] = count;
+        state.SetLabel("glibc backtrace(), addresses only");
     };
     descend(kDepth, work);
 }
@@ -172,10 +173,13 @@ int firstAddError() {
 
 }  // namespace
 
-BENCHMARK(ErrorTracer_AddError_Warm)->Unit(benchmark::kMicrosecond);
-BENCHMARK(StackWalker_ShowCallstack_Warm)->Unit(benchmark::kMicrosecond);
-BENCHMARK(Backtrace_Bare)->Unit(benchmark::kMicrosecond);
+// AddError and the walker alone, each against backtrace() of the same stack.
+BENCHMARK(ErrorTracer_AddError_Warm)->Name("ErrorTracerAddError/kel")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Backtrace_Bare)->Name("ErrorTracerAddError/reference")->Unit(benchmark::kMicrosecond);
+BENCHMARK(StackWalker_ShowCallstack_Warm)->Name("StackWalk/kel")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Backtrace_Bare)->Name("StackWalk/reference")->Unit(benchmark::kMicrosecond);
 BENCHMARK(ErrorTracer_AddError_FirstOfAProcess)
+    ->Name("ErrorTracerFirstAddError/kel")
     ->Unit(benchmark::kMillisecond)
     ->UseManualTime()
     ->Iterations(20);

@@ -77,6 +77,7 @@ void KelCompression_Compress(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * data.size()));
 }
 BENCHMARK(KelCompression_Compress)
+    ->Name("Compress/kel")
     ->ArgName("random")
     ->Arg(0)
     ->Arg(1)
@@ -95,8 +96,14 @@ void Zlib_Compress2Level1(benchmark::State& state) {
         benchmark::DoNotOptimize(out.get());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * data.size()));
+    state.SetLabel("zlib compress2, level 1");
 }
-BENCHMARK(Zlib_Compress2Level1)->ArgName("random")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Zlib_Compress2Level1)
+    ->Name("Compress/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 const KelCompression::ByteArray& packed(bool random) {
     static KelCompression::ByteArray text;
@@ -121,6 +128,7 @@ void KelCompression_Decompress(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * input(random).size()));
 }
 BENCHMARK(KelCompression_Decompress)
+    ->Name("Decompress/kel")
     ->ArgName("random")
     ->Arg(0)
     ->Arg(1)
@@ -138,8 +146,14 @@ void Zlib_Uncompress(benchmark::State& state) {
         benchmark::DoNotOptimize(out.get());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
+    state.SetLabel("zlib uncompress");
 }
-BENCHMARK(Zlib_Uncompress)->ArgName("random")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Zlib_Uncompress)
+    ->Name("Decompress/reference")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 // The library with an output array whose physical length is set up front
 // (a caller that knows the size): the array then never reallocates.
@@ -156,6 +170,13 @@ void KelCompression_DecompressPresized(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
 }
 BENCHMARK(KelCompression_DecompressPresized)
+    ->Name("DecompressPresized/kel")
+    ->ArgName("random")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(Zlib_Uncompress)
+    ->Name("DecompressPresized/reference")
     ->ArgName("random")
     ->Arg(0)
     ->Arg(1)
@@ -225,7 +246,11 @@ void KelZipper_ZipFolder(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * t.bytes);
 }
-BENCHMARK(KelZipper_ZipFolder)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(KelZipper_ZipFolder)
+    ->Name("ZipFolder/kel")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 void InfoZip_ZipR6(benchmark::State& state) {
     const Tree& t = tree();
@@ -236,8 +261,13 @@ void InfoZip_ZipR6(benchmark::State& state) {
             state.SkipWithError("zip failed");
     }
     state.SetBytesProcessed(state.iterations() * t.bytes);
+    state.SetLabel("Info-ZIP zip -r -6");
 }
-BENCHMARK(InfoZip_ZipR6)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(InfoZip_ZipR6)
+    ->Name("ZipFolder/reference")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 // Both extract the same archive, made by Info-ZIP.
 void KelUnzipper_Unzip(benchmark::State& state) {
@@ -256,7 +286,11 @@ void KelUnzipper_Unzip(benchmark::State& state) {
     fs::remove_all(out);
     state.SetBytesProcessed(state.iterations() * t.bytes);
 }
-BENCHMARK(KelUnzipper_Unzip)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(KelUnzipper_Unzip)
+    ->Name("Unzip/kel")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 void InfoZip_Unzip(benchmark::State& state) {
     const Tree& t = tree();
@@ -274,7 +308,12 @@ void InfoZip_Unzip(benchmark::State& state) {
     }
     fs::remove_all(out);
     state.SetBytesProcessed(state.iterations() * t.bytes);
+    state.SetLabel("Info-ZIP unzip");
 }
-BENCHMARK(InfoZip_Unzip)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(InfoZip_Unzip)
+    ->Name("Unzip/reference")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 }  // namespace

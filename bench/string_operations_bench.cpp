@@ -47,15 +47,21 @@ void KelString_Find(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(text.find(pattern));
 }
-BENCHMARK(KelString_Find)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(KelString_Find)->Name("Find/kel")->ArgName("chars")->Arg(10)->Arg(1000)->Arg(10000);
 
 void StdWstring_Find(benchmark::State& state) {
     const std::wstring text = searchText(static_cast<size_t>(state.range(0)));
     const std::wstring pattern(L"XYZ");
     for (auto _ : state)
         benchmark::DoNotOptimize(text.find(pattern));
+    state.SetLabel("std::wstring::find");
 }
-BENCHMARK(StdWstring_Find)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(StdWstring_Find)
+    ->Name("Find/reference")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 // ----- replace(from, to) -------------------------------------------------------------------
 
@@ -69,7 +75,7 @@ void KelString_Replace(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(KelString_Replace)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(KelString_Replace)->Name("Replace/kel")->ArgName("chars")->Arg(10)->Arg(1000)->Arg(10000);
 
 // The usual replace-all: build the result in a new string.
 std::wstring replaceAll(const std::wstring& text, const std::wstring& from, const std::wstring& to,
@@ -97,8 +103,14 @@ void StdWstring_Replace(benchmark::State& state) {
         benchmark::DoNotOptimize(count);
         benchmark::DoNotOptimize(text);
     }
+    state.SetLabel("replace-all into a new std::wstring");
 }
-BENCHMARK(StdWstring_Replace)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(StdWstring_Replace)
+    ->Name("Replace/reference")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 // ----- compareWithNumbers ------------------------------------------------------------------
 
@@ -109,7 +121,12 @@ void KelString_CompareWithNumbers(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(KelString::compareWithNumbers(a, b));
 }
-BENCHMARK(KelString_CompareWithNumbers)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(KelString_CompareWithNumbers)
+    ->Name("CompareWithNumbers/kel")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 // A plain digit-aware comparison: runs of digits compare by value (leading
 // zeros skipped, then by length, then digit by digit), other characters
@@ -150,8 +167,14 @@ void Plain_NaturalCompare(benchmark::State& state) {
     const std::wstring b = markText(n, L'b');
     for (auto _ : state)
         benchmark::DoNotOptimize(naturalCompare(a.c_str(), b.c_str()));
+    state.SetLabel("a plain digit-aware comparison");
 }
-BENCHMARK(Plain_NaturalCompare)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(Plain_NaturalCompare)
+    ->Name("CompareWithNumbers/reference")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 // ----- format ------------------------------------------------------------------------------
 
@@ -163,7 +186,14 @@ void KelString_Format(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(KelString_Format)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(KelString_Format)->Name("Format/kel")->ArgName("chars")->Arg(10)->Arg(1000)->Arg(10000);
+// The same, against a reference that also makes a string value.
+BENCHMARK(KelString_Format)
+    ->Name("FormatToString/kel")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 void Swprintf_Format(benchmark::State& state) {
     const std::wstring argument = listText(static_cast<size_t>(state.range(0)));
@@ -173,8 +203,14 @@ void Swprintf_Format(benchmark::State& state) {
             std::swprintf(buffer.data(), buffer.size(), L"%ls|%d", argument.c_str(), 42));
         benchmark::DoNotOptimize(buffer.data());
     }
+    state.SetLabel("swprintf into a buffer");
 }
-BENCHMARK(Swprintf_Format)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(Swprintf_Format)
+    ->Name("Format/reference")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 // swprintf followed by what a string value costs: its own copy of the text.
 void SwprintfToWstring_Format(benchmark::State& state) {
@@ -185,7 +221,13 @@ void SwprintfToWstring_Format(benchmark::State& state) {
         std::wstring text(buffer.data(), static_cast<size_t>(n));
         benchmark::DoNotOptimize(text);
     }
+    state.SetLabel("swprintf, then a std::wstring of it");
 }
-BENCHMARK(SwprintfToWstring_Format)->Arg(10)->Arg(1000)->Arg(10000);
+BENCHMARK(SwprintfToWstring_Format)
+    ->Name("FormatToString/reference")
+    ->ArgName("chars")
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000);
 
 }  // namespace

@@ -31,7 +31,7 @@ void KelString_Copy(benchmark::State& state) {
         benchmark::DoNotOptimize(copy);
     }
 }
-BENCHMARK(KelString_Copy)->Arg(10)->Arg(1000);
+BENCHMARK(KelString_Copy)->Name("StringCopy/kel")->ArgName("chars")->Arg(10)->Arg(1000);
 
 void StdWstring_Copy(benchmark::State& state) {
     const std::wstring source = text(static_cast<size_t>(state.range(0)));
@@ -39,8 +39,9 @@ void StdWstring_Copy(benchmark::State& state) {
         std::wstring copy(source);
         benchmark::DoNotOptimize(copy);
     }
+    state.SetLabel("std::wstring");
 }
-BENCHMARK(StdWstring_Copy)->Arg(10)->Arg(1000);
+BENCHMARK(StdWstring_Copy)->Name("StringCopy/reference")->ArgName("chars")->Arg(10)->Arg(1000);
 
 // ----- assignment ------------------------------------------------------------------
 
@@ -54,7 +55,7 @@ void KelString_Assign(benchmark::State& state) {
         benchmark::DoNotOptimize(target);
     }
 }
-BENCHMARK(KelString_Assign);
+BENCHMARK(KelString_Assign)->Name("StringAssign/kel");
 
 void StdWstring_Assign(benchmark::State& state) {
     const std::wstring a = text(1000);
@@ -65,8 +66,9 @@ void StdWstring_Assign(benchmark::State& state) {
         target = b;
         benchmark::DoNotOptimize(target);
     }
+    state.SetLabel("std::wstring");
 }
-BENCHMARK(StdWstring_Assign);
+BENCHMARK(StdWstring_Assign)->Name("StringAssign/reference");
 
 // ----- equality ------------------------------------------------------------------------
 
@@ -76,15 +78,16 @@ void KelString_Equal(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(a == b);
 }
-BENCHMARK(KelString_Equal);
+BENCHMARK(KelString_Equal)->Name("StringEqual/kel");
 
 void StdWstring_Equal(benchmark::State& state) {
     const std::wstring a = text(1000);
     const std::wstring b = text(1000);
     for (auto _ : state)
         benchmark::DoNotOptimize(a == b);
+    state.SetLabel("std::wstring");
 }
-BENCHMARK(StdWstring_Equal);
+BENCHMARK(StdWstring_Equal)->Name("StringEqual/reference");
 
 // ----- narrow conversion ---------------------------------------------------------------
 
@@ -95,7 +98,7 @@ void KelString_GetStringA(benchmark::State& state) {
         benchmark::DoNotOptimize(copy.getStringA());
     }
 }
-BENCHMARK(KelString_GetStringA);
+BENCHMARK(KelString_GetStringA)->Name("NarrowText/kel");
 
 void StdWstring_Wcstombs(benchmark::State& state) {
     std::setlocale(LC_ALL, "C.UTF-8");
@@ -105,8 +108,9 @@ void StdWstring_Wcstombs(benchmark::State& state) {
         std::wcstombs(narrow.data(), source.c_str(), narrow.size() + 1);
         benchmark::DoNotOptimize(narrow);
     }
+    state.SetLabel("wcstombs into a std::string (UTF-8)");
 }
-BENCHMARK(StdWstring_Wcstombs);
+BENCHMARK(StdWstring_Wcstombs)->Name("NarrowText/reference");
 
 // ----- arrays ------------------------------------------------------------------------------
 
@@ -119,7 +123,11 @@ void KelStringClassArray_Append(benchmark::State& state) {
         benchmark::DoNotOptimize(array.length());
     }
 }
-BENCHMARK(KelStringClassArray_Append)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelStringClassArray_Append)
+    ->Name("ArrayAppend/kel")
+    ->ArgName("count")
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
 
 void StdVector_PushBack(benchmark::State& state) {
     const std::wstring value(L"HEA 200 profile");
@@ -129,8 +137,13 @@ void StdVector_PushBack(benchmark::State& state) {
             array.push_back(value);
         benchmark::DoNotOptimize(array.size());
     }
+    state.SetLabel("std::vector<std::wstring>");
 }
-BENCHMARK(StdVector_PushBack)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdVector_PushBack)
+    ->Name("ArrayAppend/reference")
+    ->ArgName("count")
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
 
 void KelStringClassArray_InsertAtFront(benchmark::State& state) {
     const KelString value(L"HEA 200 profile");
@@ -141,7 +154,11 @@ void KelStringClassArray_InsertAtFront(benchmark::State& state) {
         benchmark::DoNotOptimize(array.length());
     }
 }
-BENCHMARK(KelStringClassArray_InsertAtFront)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(KelStringClassArray_InsertAtFront)
+    ->Name("ArrayInsertAtFront/kel")
+    ->ArgName("count")
+    ->Arg(10000)
+    ->Unit(benchmark::kMillisecond);
 
 void StdVector_InsertAtFront(benchmark::State& state) {
     const std::wstring value(L"HEA 200 profile");
@@ -151,7 +168,12 @@ void StdVector_InsertAtFront(benchmark::State& state) {
             array.insert(array.begin(), value);
         benchmark::DoNotOptimize(array.size());
     }
+    state.SetLabel("std::vector<std::wstring>");
 }
-BENCHMARK(StdVector_InsertAtFront)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(StdVector_InsertAtFront)
+    ->Name("ArrayInsertAtFront/reference")
+    ->ArgName("count")
+    ->Arg(10000)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -15,9 +15,11 @@ constexpr int kTasks = 1000000;
 
 void emptyTask(void*) {}
 
-void setCounters(benchmark::State& state) {
+// The reference's name, on the reference's side.
+void setCounters(benchmark::State& state, const char* reference = nullptr) {
     state.SetItemsProcessed(state.iterations() * kTasks);
-    state.SetLabel(std::to_string(state.range(0)) + " workers");
+    if (reference != nullptr)
+        state.SetLabel(reference);
 }
 
 void KelThreadsPool_EmptyTasks(benchmark::State& state) {
@@ -41,19 +43,23 @@ void AsioThreadPool_EmptyTasks(benchmark::State& state) {
             boost::asio::post(pool, [function, argument] { function(argument); });
         pool.join();
     }
-    setCounters(state);
+    setCounters(state, "boost::asio::thread_pool");
 }
 
 }  // namespace
 
 // Real time: the work happens on the pools' threads, not on the timed one.
 BENCHMARK(KelThreadsPool_EmptyTasks)
+    ->Name("PoolEmptyTasks/kel")
+    ->ArgName("workers")
     ->Arg(1)
     ->Arg(2)
     ->Arg(4)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(AsioThreadPool_EmptyTasks)
+    ->Name("PoolEmptyTasks/reference")
+    ->ArgName("workers")
     ->Arg(1)
     ->Arg(2)
     ->Arg(4)

@@ -134,6 +134,25 @@ struct HiveKeyHolder {
     HiveKey* key = nullptr;
 };
 
+// Where a hive is kept, for messages such as those of the kel tool.
+struct HiveFileReport {
+    // The hive's file, absolute ("/home/ada/.config/kel/registry/user.db");
+    // empty on Windows, where the hives are the system registry.
+    std::string path;
+    // How a relative KEL_REGISTRY_DIR was made absolute
+    // ("KEL_REGISTRY_DIR \"reg\" taken as /home/ada/reg"); empty otherwise.
+    std::string origin;
+    // Why the file cannot be read now (or, with `writing`, changed), in the
+    // system's words where it gives them ("Permission denied", "the file
+    // does not exist"); empty when nothing in the file system stands in the
+    // way.
+    std::string problem;
+};
+
+// The file of `hive` as the store finds it now, and what stands in the way
+// of reading it or, with `writing`, of changing it.
+HiveFileReport reportHiveFile(Hive hive, bool writing);
+
 // Text values are stored as UTF-16 code units, in the byte order of the
 // machine, as the Windows registry stores them.
 std::vector<unsigned char> textToValueData(std::wstring_view text, bool terminate);

@@ -44,6 +44,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -191,10 +192,35 @@ std::string userConfigDirectory() {
     return "/tmp";
 }
 
+// KEL_REGISTRY_DIR as the store uses it, absolute. A relative value is
+// resolved against the current directory the first time the store meets
+// it and kept so: the hives stay where they were found when the process
+// changes its current directory later.
+std::string registryDirectory(const std::string& given) {
+    if (given[0] == '/')
+        return given;
+    // Never destroyed: the hives are still used while the process ends.
+    static auto* mutex = new std::mutex;
+    static auto* resolved = new std::map<std::string, std::string>;
+    std::lock_guard<std::mutex> lock(*mutex);
+    auto found = resolved->find(given);
+    if (found != resolved->end())
+        return found->second;
+    std::error_code error;
+    const std::filesystem::path current = std::filesystem::current_path(error);
+    std::string absolute = given;
+    if (!error) {
+        absolute = (current / given).lexically_normal().string();
+        while (absolute.size() > 1 && absolute.back() == '/')
+            absolute.pop_back();
+    }
+    return resolved->emplace(given, absolute).first->second;
+}
+
 std::string hiveDirectory(Hive hive) {
     const char* dir = std::getenv("KEL_REGISTRY_DIR");
     if (dir != nullptr && dir[0] != '\0')
-        return dir;
+        return registryDirectory(dir);
     if (hive == Hive::User)
         return userConfigDirectory() + "/kel/registry";
     return "/etc/kel/registry";
@@ -1265,6 +1291,56 @@ unsigned long enumValues(HiveKey* key, std::vector<HiveValue>& values) {
 
 void closeKey(HiveKey* key) {
     delete key;
+}
+
+// The checks of HiveFiles::acquire, put into words.
+HiveFileReport reportHiveFile(Hive hive, bool writing) {
+    HiveFileReport report;
+    const std::string dir = hiveDirectory(hive);
+    report.path = dir + "/" + hiveFileName(hive);
+    const char* given = std::getenv("KEL_REGISTRY_DIR");
+    if (given != nullptr && given[0] != '\0' && given[0] != '/')
+        report.origin = "KEL_REGISTRY_DIR \"" + std::string(given) + "\" taken as " + dir;
+    struct stat st;
+    if (::stat(report.path.c_str(), &st) != 0) {
+        const int error = errno;
+        if (error != ENOENT) {
+            report.problem = std::strerror(error);
+        } else if (!writing) {
+            report.problem = "the file does not exist";
+        } else {
+            // Written, the file and its missing folders are created: the
+            // nearest folder that exists must take them.
+            std::string existing = dir;
+            bool found = false;
+            for (;;) {
+                found = ::stat(existing.c_str(), &st) == 0;
+                const std::string parent = parentDirectory(existing);
+                if (found || parent == existing)
+                    break;
+                existing = parent;
+            }
+            if (!found)
+                report.problem = "no folder of " + dir + " exists";
+            else if (!S_ISDIR(st.st_mode))
+                report.problem = existing + " is not a folder";
+            else if (::access(existing.c_str(), W_OK) != 0)
+                report.problem = "cannot create it in " + existing + ": " + std::strerror(errno);
+        }
+        return report;
+    }
+    if (S_ISDIR(st.st_mode)) {
+        report.problem = "it is a folder";
+    } else if (!writing && ::access(report.path.c_str(), R_OK) != 0) {
+        report.problem = std::strerror(errno);
+    } else if (writing && (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+        report.problem = "the file has no write permission, which makes a hive read-only";
+    } else if (writing && ::access(report.path.c_str(), W_OK) != 0) {
+        report.problem = std::strerror(errno);
+    } else if (writing && ::access(dir.c_str(), W_OK) != 0) {
+        report.problem = "its folder cannot be written: " + std::string(std::strerror(errno));
+    }
+    return report;
 }
 
 }  // namespace kel::detail

@@ -213,4 +213,9 @@ void closeKey(HiveKey* key) {
     delete key;
 }
 
+// The hives are the system registry's: no file of the library's own.
+HiveFileReport reportHiveFile(Hive, bool) {
+    return HiveFileReport();
+}
+
 }  // namespace kel::detail

@@ -49,7 +49,7 @@ std::string libraryFileName() {
     return kel::test::kWindows ? "kel.dll" : "libkel.so.1";
 }
 
-// The library's file as the tests name it: the real file (libkel.so.1.0.0)
+// The library's file as the tests name it: the real file (libkel.so.1.1.0)
 // on Linux, kel.dll beside the test on Windows.
 fs::path libraryFile() {
     if (kel::test::kWindows)
@@ -405,7 +405,7 @@ TEST_F(KelLogfileTest, ListModulesShowsTheLibraryWithItsVersionAndBase) {
     const Listing listing = readListing(inTestDir("modules.log"));
     const kel::test::ListingLine* library = moduleNamed(listing, libraryFileName());
     ASSERT_NE(library, nullptr) << readFile(inTestDir("modules.log"));
-    EXPECT_EQ(library->version, "1.00.0000.0000  ");
+    EXPECT_EQ(library->version, kel::test::libraryFileVersion() + "  ");
     EXPECT_EQ(library->base, libraryBase());
     EXPECT_NE(library->size, "0");
     EXPECT_TRUE(fs::path(fs::u8path(library->path)).is_absolute());
@@ -476,7 +476,7 @@ TEST_F(KelLogfileTest, GetFileVersionOfTheLibraryItself) {
     KelString name(libraryFile().wstring().c_str());
     KelString version;
     EXPECT_EQ(KelLogfile::GetFileVersion(name, version), 1);
-    EXPECT_EQ(std::wstring(version.getStringW()), L"1.00.0000.0000");
+    EXPECT_EQ(kel::test::utf8(version.getStringW()), kel::test::libraryFileVersion());
 }
 
 TEST_F(KelLogfileTest, GetFileVersionOfTheTestExecutableIsZero) {
@@ -489,16 +489,16 @@ TEST_F(KelLogfileTest, GetFileVersionOfTheTestExecutableIsZero) {
 
 // Shared objects, their names and links are ELF's.
 TEST_F(KelLogfileTest, GetFileVersionOfASharedObjectFollowsLinksToTheRealName) {
-    // libkel.so.1 -> libkel.so.1.0.0; a link of our own with another name.
+    // libkel.so.1 -> libkel.so.1.1.0; a link of our own with another name.
     const fs::path real = fs::canonical(libraryFile());
     fs::create_symlink(real, inTestDir("libother.so.7.8"));
     KelString name(inTestDir("libother.so.7.8").wstring().c_str());
     KelString version;
     EXPECT_EQ(KelLogfile::GetFileVersion(name, version), 1);
-    EXPECT_EQ(std::wstring(version.getStringW()), L"1.00.0000.0000");
+    EXPECT_EQ(kel::test::utf8(version.getStringW()), kel::test::libraryFileVersion());
     KelString soname((real.parent_path() / "libkel.so.1").wstring().c_str());
     EXPECT_EQ(KelLogfile::GetFileVersion(soname, version), 1);
-    EXPECT_EQ(std::wstring(version.getStringW()), L"1.00.0000.0000");
+    EXPECT_EQ(kel::test::utf8(version.getStringW()), kel::test::libraryFileVersion());
 }
 
 TEST_F(KelLogfileTest, GetFileVersionOfACopyUnderAnotherNameReadsThatName) {

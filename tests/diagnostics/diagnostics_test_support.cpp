@@ -1,7 +1,10 @@
 #include "diagnostics_test_support.h"
 
+#include <kel/KelVersion.h>
+
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 
@@ -155,6 +158,13 @@ int64_t utcNowMilliseconds() {
 std::string fileNameOf(const std::string& path) {
     const size_t slash = path.find_last_of("/\\");
     return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string libraryFileVersion() {
+    char text[32];
+    std::snprintf(text, sizeof text, "%d.%02d.%04d.0000", KEL_VERSION_MAJOR, KEL_VERSION_MINOR,
+                  KEL_VERSION_PATCH);
+    return text;
 }
 
 }  // namespace kel::test

@@ -57,6 +57,10 @@ int64_t utcMilliseconds(int year, int month, int day, int hour, int minute, int 
                         int millisecond);
 int64_t utcNowMilliseconds();
 
+// The library's own file version as listings and GetFileVersion write it,
+// from the version the library is built with: "1.01.0000.0000" for 1.1.0.
+std::string libraryFileVersion();
+
 // The file name `path` ends with.
 std::string fileNameOf(const std::string& path);
 

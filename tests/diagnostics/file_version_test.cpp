@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <kel/KelVersion.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -423,7 +425,9 @@ std::string systemVersion(const fs::path& path) {
 
 TEST(SystemVersionApi, AgreesOnTheLibrary) {
     const fs::path library = fs::path(kel::test::selfPath()).parent_path() / "kel.dll";
-    EXPECT_EQ(systemVersion(library), "1.0.0.0");
+    EXPECT_EQ(systemVersion(library), std::to_string(KEL_VERSION_MAJOR) + "." +
+                                          std::to_string(KEL_VERSION_MINOR) + "." +
+                                          std::to_string(KEL_VERSION_PATCH) + ".0");
     EXPECT_EQ(versionOfFile(library), systemVersion(library));
 }
 

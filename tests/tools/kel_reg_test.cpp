@@ -23,6 +23,10 @@
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #endif
 
 using namespace kel::detail;
@@ -570,6 +574,12 @@ TEST_F(KelReg, HelpGoesToStdout) {
     expectSuccess(help);
     EXPECT_NE(help.out.find("kel reg query"), std::string::npos);
     EXPECT_NE(help.out.find("KEL_REGISTRY_DIR"), std::string::npos);
+    // reg's own way and the tool's ways print the same.
+    for (const char* option : {"-?", "--help", "-h"}) {
+        Result asked = reg({option});
+        expectSuccess(asked);
+        EXPECT_EQ(asked.out, help.out) << option;
+    }
 }
 
 // ----- export and import ---------------------------------------------------------------------
@@ -811,9 +821,14 @@ TEST_F(KelReg, ReadOnlyHiveGivesAccessDenied) {
     expectSuccess(reg({"add", "HKLM\\Software\\KelTest", "/v", "V", "/d", "1", "/f"}));
     const std::string hive = kel::test::tempDir() + "/registry/machine.db";
     ASSERT_EQ(chmod(hive.c_str(), 0444), 0);
-    expectFailure(reg({"add", "HKLM\\Software\\KelTest", "/v", "V", "/d", "2", "/f"}),
-                  "Access is denied");
-    expectFailure(reg({"delete", "HKLM\\Software\\KelTest", "/f"}), "Access is denied");
+    const std::string line = "kel reg: ERROR: Access is denied. Hive file " + hive +
+                             ": the file has no write permission, which makes a hive read-only.\n";
+    Result add = reg({"add", "HKLM\\Software\\KelTest", "/v", "V", "/d", "2", "/f"});
+    expectFailure(add, "Access is denied");
+    EXPECT_EQ(add.err, line);
+    Result remove = reg({"delete", "HKLM\\Software\\KelTest", "/f"});
+    expectFailure(remove, "Access is denied");
+    EXPECT_EQ(remove.err, line);
     Result query = reg({"query", "HKLM\\Software\\KelTest"});
     expectSuccess(query);
     EXPECT_NE(query.out.find("V    REG_SZ    1"), std::string::npos);
@@ -864,9 +879,134 @@ TEST_F(KelReg, HiveWithDamagedPagesIsReportedAndNotWritten) {
 
 TEST_F(KelReg, CorruptHiveIsReported) {
     writeFile(kel::test::tempDir() + "/registry/user.db", std::string(4096, '\x5A'));
-    expectFailure(reg({"query", "HKCU\\Software"}), "corrupt");
+    Result query = reg({"query", "HKCU\\Software"});
+    expectFailure(query, "corrupt");
+    EXPECT_EQ(query.err,
+              "kel reg: ERROR: The configuration registry database is corrupt (or is not a "
+              "registry hive). Hive file " +
+                  kel::test::tempDir() + "/registry/user.db.\n");
     expectFailure(reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "1", "/f"}), "corrupt");
     EXPECT_EQ(readFile(kel::test::tempDir() + "/registry/user.db"), std::string(4096, '\x5A'));
+}
+
+// ----- the hive file in error lines -------------------------------------------------------
+
+// The current folder as the system gives it (the tool resolves a relative
+// KEL_REGISTRY_DIR against it).
+std::string currentFolder() {
+    char buffer[4096];
+    return getcwd(buffer, sizeof buffer) != nullptr ? buffer : "";
+}
+
+TEST_F(KelReg, MissingHiveFileIsNamedWhenAKeyIsNotFound) {
+    const std::string hive = kel::test::tempDir() + "/registry/user.db";
+    Result query = reg({"query", "HKCU\\Software\\KelTest"});
+    expectFailure(query, "unable to find");
+    EXPECT_EQ(query.err,
+              "kel reg: ERROR: The system was unable to find the specified registry key or value. "
+              "Hive file " +
+                  hive + ": the file does not exist.\n");
+    // With the file there, a missing key says nothing about it.
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "1", "/f"}));
+    query = reg({"query", "HKCU\\Software\\KelTest\\Missing"});
+    EXPECT_EQ(query.err,
+              "kel reg: ERROR: The system was unable to find the specified registry key or "
+              "value.\n");
+}
+
+TEST_F(KelReg, HiveFolderThatIsAFileIsNamed) {
+    const std::string file = kel::test::tempDir() + "/plain.txt";
+    writeFile(file, "not a folder");
+    kel::test::setEnv("KEL_REGISTRY_DIR", file.c_str());
+    Result add = reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "1", "/f"});
+    EXPECT_EQ(add.exitCode, 1);
+    EXPECT_EQ(add.err, "kel reg: ERROR: Access is denied. Hive file " + file +
+                           "/user.db: " + std::strerror(ENOTDIR) + ".\n");
+    EXPECT_EQ(readFile(file), "not a folder");
+}
+
+TEST_F(KelReg, RelativeRegistryDirIsMadeAbsoluteAndSaidSo) {
+    kel::test::setEnv("KEL_REGISTRY_DIR", "relative/hives");
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "1", "/f"}));
+    const std::string dir = currentFolder() + "/relative/hives";
+    struct stat st;
+    ASSERT_EQ(stat((dir + "/user.db").c_str(), &st), 0);
+    ASSERT_EQ(chmod((dir + "/user.db").c_str(), 0444), 0);
+    Result add = reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "2", "/f"});
+    chmod((dir + "/user.db").c_str(), 0644);
+    EXPECT_EQ(add.exitCode, 1);
+    EXPECT_EQ(add.err, "kel reg: ERROR: Access is denied. Hive file " + dir +
+                           "/user.db (KEL_REGISTRY_DIR \"relative/hives\" taken as " + dir +
+                           "): the file has no write permission, which makes a hive read-only.\n");
+}
+
+TEST_F(KelReg, RelativeRegistryDirStaysWhereItWasFoundFirst) {
+    // In this process: the store resolves the relative folder once, so the
+    // hive does not move when the current folder changes. (A name of this
+    // test's own: the resolution is kept for the life of the process.)
+    const std::string base = currentFolder();
+    kel::test::setEnv("KEL_REGISTRY_DIR", "stays-put/hives");
+    putValue(Hive::User, kKey, L"V", kRegSz, textToValueData(L"first", true));
+    struct stat st;
+    ASSERT_EQ(stat((base + "/stays-put/hives/user.db").c_str(), &st), 0);
+    ASSERT_EQ(mkdir((base + "/elsewhere").c_str(), 0755), 0);
+    ASSERT_EQ(chdir((base + "/elsewhere").c_str()), 0);
+    unsigned long type = 0;
+    std::vector<unsigned char> data;
+    EXPECT_TRUE(getValue(Hive::User, kKey, L"V", type, data));
+    EXPECT_EQ(data, textToValueData(L"first", true));
+    putValue(Hive::User, kKey, L"W", kRegSz, textToValueData(L"second", true));
+    EXPECT_NE(stat((base + "/elsewhere/stays-put").c_str(), &st), 0);
+    EXPECT_EQ(reportHiveFile(Hive::User, false).path, base + "/stays-put/hives/user.db");
+    EXPECT_EQ(reportHiveFile(Hive::User, false).origin,
+              "KEL_REGISTRY_DIR \"stays-put/hives\" taken as " + base + "/stays-put/hives");
+    ASSERT_EQ(chdir(base.c_str()), 0);
+    kel::test::removeTestTrees();
+}
+
+TEST_F(KelReg, ExportToAFullDiskNamesTheFileAndTheReason) {
+    expectSuccess(reg({"add", "HKCU\\Software\\KelTest", "/v", "V", "/d", "1", "/f"}));
+    Result exported = reg({"export", "HKCU\\Software\\KelTest", "/dev/full", "/y"});
+    expectFailure(exported, "/dev/full");
+    EXPECT_EQ(exported.err, "kel reg: ERROR: Cannot write \"/dev/full\": " +
+                                std::string(std::strerror(ENOSPC)) + ".\n");
+}
+
+TEST_F(KelReg, HiveFolderWithoutPermissionIsNamed) {
+    // Permissions stop an ordinary user only: as root the tool runs as user
+    // 65534 through setpriv.
+    const std::string dir = kel::test::tempDir() + "/closed";
+    ASSERT_EQ(mkdir(dir.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(kel::test::tempDir().c_str(), 0755), 0);
+    kel::test::setEnv("KEL_REGISTRY_DIR", dir.c_str());
+    std::vector<std::wstring> words = {
+        L"reg", L"add", L"HKLM\\Software\\KelTest", L"/v", L"V", L"/d", L"1", L"/f"};
+    kel::test::ProgramResult run;
+    if (geteuid() != 0) {
+        ASSERT_EQ(chmod(dir.c_str(), 0555), 0);
+        run = kel::test::runProgram(kel::test::kelTool(), words);
+    } else {
+        const std::vector<std::wstring> asUser = {L"--reuid=65534", L"--regid=65534",
+                                                  L"--clear-groups", L"--",
+                                                  kel::test::kelTool().wstring()};
+        struct stat st;
+        if (stat("/usr/bin/setpriv", &st) != 0)
+            GTEST_SKIP() << "the test runs as root, and there is no setpriv to run the tool as "
+                            "another user";
+        std::vector<std::wstring> probe = asUser;
+        probe.push_back(L"--version");
+        if (kel::test::runProgram("/usr/bin/setpriv", probe).exitCode != 0)
+            GTEST_SKIP() << "the tool cannot run as user 65534 here (its build folder is closed "
+                            "to others)";
+        words.insert(words.begin(), asUser.begin(), asUser.end());
+        run = kel::test::runProgram("/usr/bin/setpriv", words);
+    }
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(withoutCarriageReturns(run.err), "kel reg: ERROR: Access is denied. Hive file " +
+                                                   dir + "/machine.db: cannot create it in " + dir +
+                                                   ": " + std::strerror(EACCES) + ".\n");
+    struct stat st;
+    EXPECT_NE(stat((dir + "/machine.db").c_str(), &st), 0);
 }
 
 #endif

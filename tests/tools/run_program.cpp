@@ -143,6 +143,10 @@ fs::path kelTool() {
     return KEL_TOOL_PATH;
 }
 
+std::string kelUsage(const std::wstring& command) {
+    return runProgram(kelTool(), {L"help", command}).out;
+}
+
 std::string toolText(const std::string& text) {
     if (!kWindows)
         return text;

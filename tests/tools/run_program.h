@@ -35,6 +35,10 @@ std::string toolText(const std::string& text);
 // own build folder elsewhere.
 std::filesystem::path kelTool();
 
+// The usage of a kel command as "kel help COMMAND" prints it on stdout (in
+// text mode), for tests that expect it elsewhere too.
+std::string kelUsage(const std::wstring& command);
+
 }  // namespace kel::test
 
 #endif  // KEL_TESTS_TOOLS_RUN_PROGRAM_H

@@ -40,9 +40,8 @@ constexpr char kUsage[] =
     "Without FILE, list and get read the installation's configuration file: the data\n"
     "folder (DataPath) followed by \\Configuration\\DatabaseConfiguration.xml.\n";
 
-int usage(FILE* out) {
-    std::fputs(kUsage, out);
-    return out == stdout ? 0 : 2;
+int usage() {
+    return usageError(kUsage);
 }
 
 std::string narrow(const KelString& text) {
@@ -73,7 +72,7 @@ KelString installationFile(std::string& why) {
 
 int runList(const std::vector<std::string>& arguments) {
     if (arguments.size() > 2)
-        return usage(stderr);
+        return usage();
     KelString path;
     if (arguments.size() == 2) {
         path = wide(arguments[1]);
@@ -100,7 +99,7 @@ int runList(const std::vector<std::string>& arguments) {
 
 int runGet(const std::vector<std::string>& arguments) {
     if (arguments.size() < 2 || arguments.size() > 3)
-        return usage(stderr);
+        return usage();
     const KelString name = wide(arguments[1]);
     const KelString platform = wide(arguments.size() == 3 ? arguments[2] : "x64");
     KelDataSourcesUtilities sources(L"");
@@ -116,7 +115,7 @@ int runGet(const std::vector<std::string>& arguments) {
 
 int runDrivers(const std::vector<std::string>& arguments) {
     if (arguments.size() != 1)
-        return usage(stderr);
+        return usage();
     const auto& drivers = kel::detail::DataSourcesAccess::installedDrivers();
     const KelString defaultDriver(kel::detail::kDefaultOdbcDriver);
     const KelString alternateDriver(kel::detail::kAlternateOdbcDriver);
@@ -143,7 +142,7 @@ int runDrivers(const std::vector<std::string>& arguments) {
 
 int runTest(const std::vector<std::string>& arguments) {
     if (arguments.size() != 2)
-        return usage(stderr);
+        return usage();
     const KelString connection = wide(arguments[1]);
     const int result = KelDataSourcesUtilities::testConnection(connection);
     if (result == 1) {
@@ -171,10 +170,8 @@ int runTest(const std::vector<std::string>& arguments) {
 
 int runDataSource(const std::vector<std::string>& arguments) {
     if (arguments.empty())
-        return usage(stderr);
+        return usage();
     const std::string& action = arguments[0];
-    if (action == "-h" || action == "--help")
-        return usage(stdout);
     if (action == "list")
         return runList(arguments);
     if (action == "get")
@@ -183,11 +180,11 @@ int runDataSource(const std::vector<std::string>& arguments) {
         return runDrivers(arguments);
     if (action == "test")
         return runTest(arguments);
-    return usage(stderr);
+    return usage();
 }
 
 const Command dataSourceCommand(
-    "datasource", "the installation's data sources, ODBC drivers and connection tests",
+    "datasource", "the installation's data sources, ODBC drivers and connection tests", kUsage,
     runDataSource);
 
 }  // namespace

@@ -20,7 +20,13 @@ namespace kel::tool {
 
 namespace {
 
-constexpr const char* kUsage = "usage: kel message TEXT [--caption CAPTION] [--yesno]\n";
+constexpr char kUsage[] =
+    "usage: kel message TEXT [--caption CAPTION] [--yesno]\n"
+    "\n"
+    "Shows TEXT in a message box with an OK button, or with Yes and No for\n"
+    "--yesno, captioned with CAPTION or the product name. The exit code is the\n"
+    "button chosen: 1 OK, 6 Yes, 7 No, 2 a closed box that has Cancel. Without\n"
+    "a display the box is one line \"CAPTION: TEXT\" on stderr, exit code 0.\n";
 
 int runMessage(const std::vector<std::string>& arguments) {
     const std::string* text = nullptr;
@@ -28,29 +34,20 @@ int runMessage(const std::vector<std::string>& arguments) {
     bool yesNo = false;
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
-        if (argument == "--help" || argument == "-h") {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
         if (argument == "--yesno") {
             yesNo = true;
         } else if (argument == "--caption" && i + 1 < arguments.size() && caption == nullptr) {
             caption = &arguments[++i];
         } else if (argument.empty() || argument[0] != '-' || argument == "-") {
-            if (text != nullptr) {
-                std::fputs(kUsage, stderr);
-                return 2;
-            }
+            if (text != nullptr)
+                return usageError(kUsage);
             text = &argument;
         } else {
-            std::fputs(kUsage, stderr);
-            return 2;
+            return usageError(kUsage);
         }
     }
-    if (text == nullptr) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    if (text == nullptr)
+        return usageError(kUsage);
     const KelString shownCaption = caption != nullptr
                                        ? KelString(caption->c_str())
                                        : KelString(KelProductDefines::getGXProductName());
@@ -59,7 +56,7 @@ int runMessage(const std::vector<std::string>& arguments) {
                                   static_cast<HWND>(nullptr));
 }
 
-const Command messageCommand("message", "show a message box; the exit code is the answer",
+const Command messageCommand("message", "show a message box; the exit code is the answer", kUsage,
                              runMessage);
 
 }  // namespace

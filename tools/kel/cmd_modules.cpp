@@ -21,7 +21,12 @@ namespace kel::tool {
 
 namespace {
 
-constexpr char kUsage[] = "usage: kel modules [FILE]\n";
+constexpr char kUsage[] =
+    "usage: kel modules [FILE]\n"
+    "\n"
+    "The module listing of this process, as KelLogfile::listModules writes it:\n"
+    "the process line, then one line per loaded module with its base address,\n"
+    "size, version and path. Written to FILE (replacing it), or printed.\n";
 
 // The listing on standard output, in the narrow code page.
 int printListing() {
@@ -40,15 +45,9 @@ int printListing() {
 }
 
 int runModules(const std::vector<std::string>& arguments) {
-    if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
     if (arguments.size() > 1 ||
-        (arguments.size() == 1 && (arguments[0].empty() || arguments[0][0] == '-'))) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+        (arguments.size() == 1 && (arguments[0].empty() || arguments[0][0] == '-')))
+        return usageError(kUsage);
     if (arguments.empty())
         return printListing();
     const int error = kel::detail::writeModuleListing(KelString(arguments[0].c_str()).getStringW());
@@ -60,7 +59,8 @@ int runModules(const std::vector<std::string>& arguments) {
     return 0;
 }
 
-const Command modulesCommand("modules", "list the modules loaded into this process", runModules);
+const Command modulesCommand("modules", "list the modules loaded into this process", kUsage,
+                             runModules);
 
 }  // namespace
 

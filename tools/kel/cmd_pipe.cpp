@@ -40,9 +40,8 @@ constexpr char kUsage[] =
     "TYPE   int or str: what the client is expected to send, in order\n"
     "VALUE  int:N, str:TEXT or raw:HEX (bytes as they are)\n";
 
-int usage(FILE* out) {
-    std::fputs(kUsage, out);
-    return out == stdout ? 0 : 2;
+int usage() {
+    return usageError(kUsage);
 }
 
 bool equalsIgnoringCase(const std::string& a, const std::string& b) {
@@ -195,7 +194,7 @@ int serveClient(KelNamedPipe& pipe, const ListenArguments& args) {
 int runListen(const std::vector<std::string>& arguments) {
     ListenArguments args;
     if (!parseListen(arguments, args))
-        return usage(stderr);
+        return usage();
     KelNamedPipe pipe(KelString(args.name.c_str()));
     if (!pipe.create())
         return failure("create", args.name);
@@ -283,7 +282,7 @@ bool parseSend(const std::vector<std::string>& arguments, SendArguments& args) {
 int runSend(const std::vector<std::string>& arguments) {
     SendArguments args;
     if (!parseSend(arguments, args))
-        return usage(stderr);
+        return usage();
     const std::wstring name = KelString(args.name.c_str()).getStringW();
     kel::detail::PipeClient client;
     if (!client.connect(name.c_str(), static_cast<unsigned int>(args.timeoutMs)))
@@ -299,20 +298,16 @@ int runSend(const std::vector<std::string>& arguments) {
 // ----- the command ----------------------------------------------------------------------
 
 int runPipe(const std::vector<std::string>& arguments) {
-    for (const std::string& argument : arguments) {
-        if (argument == "--help" || argument == "-h")
-            return usage(stdout);
-    }
     if (arguments.empty())
-        return usage(stderr);
+        return usage();
     if (arguments[0] == "listen")
         return runListen(arguments);
     if (arguments[0] == "send")
         return runSend(arguments);
-    return usage(stderr);
+    return usage();
 }
 
-const Command pipeCommand("pipe", "listen on a named pipe, or send values to one", runPipe);
+const Command pipeCommand("pipe", "listen on a named pipe, or send values to one", kUsage, runPipe);
 
 }  // namespace
 

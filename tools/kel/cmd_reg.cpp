@@ -14,8 +14,10 @@
 // with "/" or "-", ignore case and may each be given once. A command line
 // that is not a valid command prints its error and the usage on stderr
 // (exit code 2); an error of the store or of a file is one line on stderr
-// (exit code 1). A registry file is read and checked completely, and the
-// keys it names checked for writing, before anything is changed.
+// (exit code 1), which names the hive file and what stands in its way when
+// the error concerns the file. A registry file is read and checked
+// completely, and the keys it names checked for writing, before anything is
+// changed.
 
 #include <cctype>
 #include <cerrno>
@@ -66,8 +68,10 @@ const char kUsage[] =
     "import reads the files of the Windows registry editor (\"Windows Registry Editor\n"
     "Version 5.00\" or \"REGEDIT4\"); a file with an error changes nothing.\n"
     "\n"
-    "Hive files: $KEL_REGISTRY_DIR/{machine,user,classes}.db when set; else\n"
-    "/etc/kel/registry/ (HKLM, HKCR) and ${XDG_CONFIG_HOME:-~/.config}/kel/registry/ (HKCU).\n";
+    "Hive files: $KEL_REGISTRY_DIR/{machine,user,classes}.db when set (a relative\n"
+    "folder is taken from the current one); else /etc/kel/registry/ (HKLM, HKCR)\n"
+    "and ${XDG_CONFIG_HOME:-~/.config}/kel/registry/ (HKCU). On Windows the hives\n"
+    "are the system registry's.\n";
 
 // A failure that ends the command: one line on stderr and exit code 1, or
 // for a command line that is not a valid command, exit code 2 and the usage.
@@ -107,9 +111,46 @@ std::string storeError(unsigned long status) {
     }
 }
 
+// The hive the operation at hand works on, and whether it changes it: the
+// errors that concern the hive's file name the file and what stands in its
+// way.
+struct HiveInUse {
+    bool known = false;
+    Hive hive = Hive::User;
+    bool writing = false;
+};
+
+HiveInUse g_hiveInUse;
+
+void usingHive(Hive hive, bool writing) {
+    g_hiveInUse = HiveInUse{true, hive, writing};
+}
+
+// " Hive file /home/ada/.config/kel/registry/user.db: the file does not
+// exist." for the store's errors about the file; empty for the others, and
+// where the hives are the system registry.
+std::string hiveFileDetail(unsigned long status) {
+    if (!g_hiveInUse.known)
+        return "";
+    const bool notFound =
+        status == detail::kErrorFileNotFound || status == detail::kErrorPathNotFound;
+    // A key that is not there says nothing about the file, unless the file
+    // itself is missing.
+    const detail::HiveFileReport report =
+        detail::reportHiveFile(g_hiveInUse.hive, g_hiveInUse.writing && !notFound);
+    if (report.path.empty() || (notFound && report.problem.empty()))
+        return "";
+    std::string detail = " Hive file " + report.path;
+    if (!report.origin.empty())
+        detail += " (" + report.origin + ")";
+    if (!report.problem.empty())
+        detail += ": " + report.problem;
+    return detail + ".";
+}
+
 void check(unsigned long status) {
     if (status != detail::kErrorSuccess)
-        throw Failure{storeError(status)};
+        throw Failure{storeError(status) + hiveFileDetail(status)};
 }
 
 bool equalsNoCase(const std::string& a, const char* b) {
@@ -466,6 +507,7 @@ long searchTree(const KeyName& key, const std::wstring& name, unsigned long view
 int runQuery(const Options& options) {
     expectPositional(options, 1, "one key: kel reg query <key>");
     const KeyName key = keyArgument(options.positional[0]);
+    usingHive(key.hive, false);
     const bool oneValue = options.hasName || options.defaultValue;
     if (oneValue && options.recursive) {
         {
@@ -653,6 +695,7 @@ bool valueExists(detail::HiveKey* key, const std::wstring& name) {
 int runAdd(const Options& options) {
     expectPositional(options, 1, "one key: kel reg add <key> ...");
     const KeyName key = keyArgument(options.positional[0]);
+    usingHive(key.hive, true);
     // Without /v the value is the key's default one, as with /ve.
     const HiveValue value = valueToAdd(options);
     HiveKeyHolder opened;
@@ -671,6 +714,7 @@ int runAdd(const Options& options) {
 int runDelete(const Options& options) {
     expectPositional(options, 1, "one key: kel reg delete <key> ...");
     const KeyName key = keyArgument(options.positional[0]);
+    usingHive(key.hive, true);
     if (options.hasName || options.defaultValue || options.allValues) {
         HiveKeyHolder opened;
         check(
@@ -738,9 +782,10 @@ std::string readFile(const std::string& path) {
     while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
         bytes.append(buffer, n);
     const bool failed = std::ferror(file) != 0;
+    const int error = errno;
     std::fclose(file);
     if (failed)
-        throw Failure{"Cannot read \"" + path + "\"."};
+        throw Failure{"Cannot read \"" + path + "\": " + std::strerror(error) + "."};
     return bytes;
 }
 
@@ -748,15 +793,22 @@ void writeFile(const std::string& path, const std::string& bytes) {
     FILE* file = std::fopen(path.c_str(), "wb");
     if (file == nullptr)
         throw Failure{"Cannot create \"" + path + "\": " + std::strerror(errno) + "."};
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    if (std::fclose(file) != 0 || !written)
-        throw Failure{"Cannot write \"" + path + "\"."};
+    // The reason of the first call that fails: a full disk shows at the
+    // latest when the stream's buffer is written out.
+    int error = 0;
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() || std::fflush(file) != 0)
+        error = errno != 0 ? errno : EIO;
+    if (std::fclose(file) != 0 && error == 0)
+        error = errno != 0 ? errno : EIO;
+    if (error != 0)
+        throw Failure{"Cannot write \"" + path + "\": " + std::strerror(error) + "."};
 }
 
 int runExport(const Options& options) {
     expectPositional(options, 2, "a key and a file: kel reg export <key> <file>");
     const KeyName key = keyArgument(options.positional[0]);
     const std::string& path = options.positional[1];
+    usingHive(key.hive, false);
     detail::RegFile file;
     collect(key, options.view, file);
     if (fileExists(path))
@@ -806,6 +858,7 @@ unsigned long writableForImport(const KeyName& key, bool remove, unsigned long v
 }
 
 void applyKey(const detail::RegFileKey& entry, const KeyName& key, unsigned long view) {
+    usingHive(key.hive, true);
     if (entry.remove) {
         const unsigned long status = detail::deleteTree(key.hive, key.path, view);
         if (status != detail::kErrorFileNotFound)
@@ -835,10 +888,11 @@ int runImport(const Options& options) {
         throw Failure{path + ": " + narrow(error) + "; nothing was imported."};
     const std::vector<KeyName> keys = importTargets(file);
     for (size_t i = 0; i < keys.size(); ++i) {
+        usingHive(keys[i].hive, true);
         const unsigned long status = writableForImport(keys[i], file.keys[i].remove, options.view);
         if (status != detail::kErrorSuccess)
             throw Failure{narrow(keys[i].display()) + ": " + storeError(status) +
-                          " Nothing was imported."};
+                          hiveFileDetail(status) + " Nothing was imported."};
     }
     for (size_t i = 0; i < keys.size(); ++i)
         applyKey(file.keys[i], keys[i], options.view);
@@ -849,8 +903,8 @@ int runImport(const Options& options) {
 // ----- dispatch -----------------------------------------------------------------------------
 
 int runReg(const std::vector<std::string>& arguments) {
-    if (!arguments.empty() && (arguments[0] == "/?" || arguments[0] == "-?" ||
-                               arguments[0] == "-h" || arguments[0] == "--help")) {
+    // reg's own way of asking for help; --help and -h are the tool's.
+    if (!arguments.empty() && (arguments[0] == "/?" || arguments[0] == "-?")) {
         std::fputs(kUsage, stdout);
         return 0;
     }
@@ -878,12 +932,11 @@ int runReg(const std::vector<std::string>& arguments) {
         std::fprintf(stderr, "kel reg: ERROR: %s\n", failure.message.c_str());
         if (!failure.badArguments)
             return 1;
-        std::fputs(kUsage, stderr);
-        return 2;
+        return usageError(kUsage);
     }
 }
 
-const Command regCommand("reg", "query and edit the configuration store", runReg);
+const Command regCommand("reg", "query and edit the configuration store", kUsage, runReg);
 
 }  // namespace
 

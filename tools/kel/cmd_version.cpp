@@ -21,17 +21,17 @@ namespace kel::tool {
 
 namespace {
 
-constexpr char kUsage[] = "usage: kel version FILE\n";
+constexpr char kUsage[] =
+    "usage: kel version FILE\n"
+    "\n"
+    "The version of an executable file, as KelLogfile::GetFileVersion gives it\n"
+    "(\"1.02.0013.0000\"): the version resource of a PE file (a Windows program or\n"
+    "DLL), the numbers after \".so.\" of an ELF shared object's real file name.\n"
+    "A file without a version is an error (exit code 1).\n";
 
 int runVersion(const std::vector<std::string>& arguments) {
-    if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-    if (arguments.size() != 1 || arguments[0].empty() || arguments[0][0] == '-') {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    if (arguments.size() != 1 || arguments[0].empty() || arguments[0][0] == '-')
+        return usageError(kUsage);
     const char* name = arguments[0].c_str();
     kel::detail::FileVersion version;
     int error = 0;
@@ -50,7 +50,8 @@ int runVersion(const std::vector<std::string>& arguments) {
     return 1;
 }
 
-const Command versionCommand("version", "print the version of a PE or ELF file", runVersion);
+const Command versionCommand("version", "print the version of a PE or ELF file", kUsage,
+                             runVersion);
 
 }  // namespace
 

@@ -6,13 +6,22 @@
 // Without ARCHIVE, "kel zip" writes PATH.zip beside the folder (or the file
 // with its extension replaced). Without FOLDER, "kel unzip" extracts into
 // the archive's folder. --flat keeps only the file names of the entries.
+//
+// The archive classes answer only true or false (and, for extraction, a
+// reason of their own); an error line names the file concerned and the
+// system's reason, which the tool finds by asking the system itself where
+// the library does not say.
 
 #include <kel/Kel.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "command.h"
@@ -25,6 +34,27 @@
 namespace kel::tool {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kZipUsage[] =
+    "usage: kel zip PATH [ARCHIVE] [--flat]\n"
+    "\n"
+    "Archives the folder or file PATH into ARCHIVE: by default PATH.zip beside\n"
+    "a folder, or a file's name with its extension replaced by .zip. Entries are\n"
+    "named from the folder that holds PATH; --flat keeps only the file names.\n"
+    "Names beginning with \".\" are left out. A file or folder the library cannot\n"
+    "add is named on stderr and the run fails (exit code 1); the archive holds\n"
+    "the rest. A run that cannot write the archive leaves none behind.\n";
+
+constexpr char kUnzipUsage[] =
+    "usage: kel unzip ARCHIVE [FOLDER] [--flat]\n"
+    "\n"
+    "Extracts every entry of ARCHIVE into FOLDER (by default the archive's own\n"
+    "folder), printing each path written; --flat writes the files without their\n"
+    "folders. The archive's directory is checked whole before anything is\n"
+    "written; an entry that fails its checks (name, size, CRC-32) is not written\n"
+    "and ends the run (exit code 1).\n";
 
 struct Arguments {
     std::vector<std::wstring> paths;
@@ -58,10 +88,78 @@ std::string shown(const std::wstring& path) {
     return KelString(text.c_str()).getStringA();
 }
 
-int cannotArchive(const std::wstring& source, const std::wstring& archive) {
-    std::fprintf(stderr, "kel zip: cannot archive %s into %s\n", shown(source).c_str(),
-                 shown(archive).c_str());
+// A path of the library's (either separator) for the standard library.
+fs::path nativePath(const std::wstring& path) {
+    return fs::path(kel::detail::toNativePath(path));
+}
+
+// The system's words for why nothing can be found at `path` ("No such file
+// or directory", "Not a directory"); empty when something is there.
+std::string whyMissing(const std::wstring& path) {
+    std::error_code error;
+    static_cast<void>(fs::status(nativePath(path), error));
+    return error ? error.message() : std::string();
+}
+
+bool isFolder(const std::wstring& path) {
+    std::error_code error;
+    return fs::is_directory(nativePath(path), error);
+}
+
+// Why `path` cannot be opened with `mode` ("rb", "ab"): the system's words,
+// or empty when it can. Opening for appending creates a missing file and
+// changes no existing one; the caller removes what it created.
+std::string whyNotOpened(const std::wstring& path, const char* mode) {
+    errno = 0;
+    std::FILE* file = kel::detail::openBinaryStream(path, mode);
+    if (file == nullptr)
+        return std::strerror(errno != 0 ? errno : EIO);
+    std::fclose(file);
+    return std::string();
+}
+
+// The errors a write reports when the medium cannot take the data.
+bool isWriteError(int error) {
+    return error == ENOSPC || error == EFBIG || error == EIO || error == EROFS
+#if defined(EDQUOT)
+           || error == EDQUOT
+#endif
+        ;
+}
+
+int failure(const char* command, const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "kel %s: %s\n", command, text.c_str());
     return 1;
+}
+
+// Removes what a failed run of "kel zip" wrote at `archive`: only a plain
+// file, never what else may stand there (such as a device).
+void removeArchive(const std::wstring& archive) {
+    std::error_code error;
+    if (fs::is_regular_file(nativePath(archive), error))
+        kel::detail::deleteFile(archive);
+}
+
+// Why the archive of `source` could not be written: the system's answer to
+// opening it for writing, the error of the write that failed (the
+// library's archive stream leaves it in errno), or why `source` cannot be
+// read.
+std::string whyNotArchived(const std::wstring& source, const std::wstring& archive, bool folder,
+                           int writeError) {
+    if (archive.size() > MAX_PATH)
+        return "cannot write " + shown(archive) + ": the path is longer than 260 characters";
+    const std::string opening = whyNotOpened(archive, "ab");
+    if (!opening.empty())
+        return "cannot write " + shown(archive) + ": " + opening;
+    if (isWriteError(writeError))
+        return "cannot write " + shown(archive) + ": " + std::strerror(writeError);
+    if (!folder) {
+        const std::string reading = whyNotOpened(source, "rb");
+        if (!reading.empty())
+            return "cannot read " + shown(source) + ": " + reading;
+    }
+    return "cannot archive " + shown(source) + " into " + shown(archive);
 }
 
 // An entry name compared without regard to its separators: "a//b\\c\\" and
@@ -83,13 +181,10 @@ std::wstring entryKey(const std::wstring& name) {
 std::string whyLeftOut(const std::wstring& path) {
     if (path.size() > MAX_PATH)
         return "the path is longer than 260 characters";
-    kel::detail::BinaryFile file;
-    uint32_t attributes = 0;
-    if (kel::detail::fileAttributes(path, attributes) &&
-        (attributes & kel::detail::kAttributeDirectory) == 0 && !file.openForReading(path)) {
-        return "cannot read it";
-    }
-    return "not added";
+    if (isFolder(path))
+        return "not added";
+    const std::string reading = whyNotOpened(path, "rb");
+    return reading.empty() ? "not added" : "cannot read it: " + reading;
 }
 
 // Walks `folder` as AddFolderToZip does (names beginning with "." are
@@ -137,29 +232,34 @@ std::set<std::wstring> entryKeys(const std::wstring& archive) {
 
 int runZip(const std::vector<std::string>& arguments) {
     const Arguments args = parse(arguments);
-    if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
-        std::fprintf(stderr, "usage: kel zip PATH [ARCHIVE] [--flat]\n");
-        return 2;
-    }
+    if (!args.valid || args.paths.empty() || args.paths.size() > 2)
+        return usageError(kZipUsage);
     const std::wstring source =
         kel::detail::withoutTrailingSeparators(kel::detail::fullPath(args.paths[0]));
     const std::wstring archive = args.paths.size() == 2
                                      ? kel::detail::fullPath(args.paths[1])
                                      : kel::detail::withExtension(source, L"zip");
-    uint32_t attributes = 0;
-    if (!kel::detail::fileAttributes(source, attributes))
-        return cannotArchive(source, archive);
-    const bool folder = (attributes & kel::detail::kAttributeDirectory) != 0;
+    const std::string missing = whyMissing(source);
+    if (!missing.empty())
+        return failure("zip", "cannot archive " + shown(source) + ": " + missing);
+    const bool folder = isFolder(source);
     // The entries are named relative to the folder that holds PATH.
+    errno = 0;
     KelZipper zip(archive.c_str(), kel::detail::folderPart(source).c_str(), false);
     const bool added = folder ? zip.AddFolderToZip(source.c_str(), args.flat)
                               : zip.AddFileToZip(source.c_str(), args.flat);
+    const int addError = errno;
     Z_FileInfo info = {};
     zip.GetFileInfo(info);
-    if (!zip.CloseZip() || !added) {
+    errno = 0;
+    const bool closed = zip.CloseZip();
+    const int closeError = errno;
+    if (!closed || !added) {
+        const std::string why =
+            whyNotArchived(source, archive, folder, isWriteError(addError) ? addError : closeError);
         // A failed run leaves no archive behind.
-        kel::detail::deleteFile(archive);
-        return cannotArchive(source, archive);
+        removeArchive(archive);
+        return failure("zip", why);
     }
     std::printf("%s: %d files, %d folders, %lu bytes\n", shown(archive).c_str(), info.nFileCount,
                 info.nFolderCount, static_cast<unsigned long>(info.dwUncompressedSize));
@@ -170,6 +270,7 @@ int runZip(const std::vector<std::string>& arguments) {
     std::vector<std::wstring> leftOut;
     const std::wstring root = kel::detail::folderPart(source);
     collectLeftOut(source, root, args.flat, archive, entryKeys(archive), leftOut);
+    std::fflush(stdout);  // the summary before the lines about it, also in a pipe
     for (const std::wstring& path : leftOut) {
         std::fprintf(stderr, "kel zip: left out %s: %s\n", shown(path).c_str(),
                      whyLeftOut(path).c_str());
@@ -178,21 +279,31 @@ int runZip(const std::vector<std::string>& arguments) {
 }
 
 int cannotExtract(const std::wstring& what, const std::string& reason) {
-    std::fprintf(stderr, "kel unzip: cannot extract %s: %s\n", shown(what).c_str(), reason.c_str());
-    return 1;
+    return failure("unzip", "cannot extract " + shown(what) + ": " + reason);
+}
+
+// Why `archive` does not open as a zip archive.
+std::string whyNoArchive(const std::wstring& archive) {
+    const std::string missing = whyMissing(archive);
+    if (!missing.empty())
+        return missing;
+    if (isFolder(archive))
+        return std::strerror(EISDIR);
+    if (archive.size() > MAX_PATH)
+        return "the path is longer than 260 characters";
+    const std::string reading = whyNotOpened(archive, "rb");
+    return reading.empty() ? "not a zip archive" : reading;
 }
 
 int runUnzip(const std::vector<std::string>& arguments) {
     const Arguments args = parse(arguments);
-    if (!args.valid || args.paths.empty() || args.paths.size() > 2) {
-        std::fprintf(stderr, "usage: kel unzip ARCHIVE [FOLDER] [--flat]\n");
-        return 2;
-    }
+    if (!args.valid || args.paths.empty() || args.paths.size() > 2)
+        return usageError(kUnzipUsage);
     const std::wstring archive = kel::detail::fullPath(args.paths[0]);
     KelUnzipper zip;
     if (!zip.OpenZip(archive.c_str())) {
-        std::fprintf(stderr, "kel unzip: cannot open %s\n", shown(args.paths[0]).c_str());
-        return 1;
+        return failure("unzip",
+                       "cannot open " + shown(args.paths[0]) + ": " + whyNoArchive(archive));
     }
     // The whole directory is checked before anything is written.
     kel::detail::ArchiveDirectory directory;
@@ -205,6 +316,14 @@ int runUnzip(const std::vector<std::string>& arguments) {
     const std::wstring folder = kel::detail::withoutTrailingSeparators(
         args.paths.size() == 2 ? kel::detail::fullPath(args.paths[1])
                                : kel::detail::folderPart(archive));
+    // A missing folder is created; anything else in the way is named.
+    std::error_code error;
+    const fs::file_status target = fs::status(nativePath(folder), error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        return failure("unzip", "cannot extract into " + shown(folder) + ": " + error.message());
+    if (!error && !fs::is_directory(target))
+        return failure("unzip",
+                       "cannot extract into " + shown(folder) + ": " + std::strerror(ENOTDIR));
     int written = 0;
     UZ_FileInfo info;
     for (bool more = zip.GotoFirstFile(); more; more = zip.GotoNextFile()) {
@@ -212,8 +331,19 @@ int runUnzip(const std::vector<std::string>& arguments) {
         const std::wstring name = args.flat && !info.bFolder
                                       ? kel::detail::fileNamePart(info.szFileName)
                                       : std::wstring(info.szFileName);
-        if (!zip.UnzipFile(folder.c_str(), args.flat))
-            return cannotExtract(info.szFileName, kel::detail::zipFailure());
+        errno = 0;
+        if (!zip.UnzipFile(folder.c_str(), args.flat)) {
+            // A write the medium refused is named with the system's words,
+            // which the extraction's own reason does not carry on every
+            // system.
+            const int writeError = errno;
+            const std::string reason =
+                isWriteError(writeError)
+                    ? "cannot write the file: " + std::string(std::strerror(writeError))
+                    : kel::detail::zipFailure();
+            return failure("unzip", "cannot extract " + shown(info.szFileName) + " to " +
+                                        shown(kel::detail::joinPath(folder, name)) + ": " + reason);
+        }
         std::printf("%s\n", shown(kel::detail::joinPath(folder, name)).c_str());
         ++written;
     }
@@ -223,8 +353,9 @@ int runUnzip(const std::vector<std::string>& arguments) {
     return 0;
 }
 
-const Command zipCommand("zip", "archive a folder or a file as a zip archive", runZip);
-const Command unzipCommand("unzip", "extract a zip archive, listing what was written", runUnzip);
+const Command zipCommand("zip", "archive a folder or a file as a zip archive", kZipUsage, runZip);
+const Command unzipCommand("unzip", "extract a zip archive, listing what was written", kUnzipUsage,
+                           runUnzip);
 
 }  // namespace
 

@@ -1,10 +1,17 @@
 // The kel tool's subcommands and the sections of its demonstration.
 //
-// Each subcommand registers itself from its own file:
+// Each subcommand registers itself from its own file, with its usage:
 //
-//   static kel::tool::Command reg("reg", "query and edit the configuration store", runReg);
+//   constexpr char kUsage[] = "usage: kel reg query <key> ...\n";
+//   static kel::tool::Command reg("reg", "query and edit the configuration store", kUsage, runReg);
 //
-// and each part of the library adds a section to "kel demo":
+// main.cpp answers "kel help reg", "kel reg --help" and "kel reg -h" (the
+// option anywhere after the command's name) from that text, on stdout with
+// exit code 0, before the command runs; a command
+// given arguments it cannot take returns usageError(kUsage): the usage on
+// stderr and exit code 2.
+//
+// Each part of the library adds a section to "kel demo":
 //
 //   static kel::tool::DemoSection strings(10, "Strings", showStrings);
 
@@ -16,16 +23,27 @@
 
 namespace kel::tool {
 
+// Runs the command with the arguments after its name; returns the exit
+// code: 0 success, 1 failure (one line on stderr naming what failed and
+// why), 2 arguments the command cannot take.
 using CommandFunction = int (*)(const std::vector<std::string>& arguments);
 
 struct Command {
-    Command(const char* name, const char* summary, CommandFunction run);
+    Command(const char* name, const char* summary, const char* usage, CommandFunction run);
     const char* name;
+    // One line for the list of "kel help".
     const char* summary;
+    // The synopsis ("usage: kel zip PATH [ARCHIVE] [--flat]") and what the
+    // arguments mean, each line ending in "\n".
+    const char* usage;
     CommandFunction run;
 };
 
 const std::vector<const Command*>& commands();
+
+// Prints `usage` on stderr and returns 2, the exit code of a command line
+// the command cannot take.
+int usageError(const char* usage);
 
 // A section of the demonstration: `order` places it, `show` prints it.
 struct DemoSection {

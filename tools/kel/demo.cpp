@@ -23,11 +23,15 @@ void line(const std::wstring& text) {
 
 namespace {
 
+constexpr char kUsage[] =
+    "usage: kel demo\n"
+    "\n"
+    "A short tour of the library: one section per part, each printing what the\n"
+    "library returns for a few typical calls.\n";
+
 int runDemo(const std::vector<std::string>& arguments) {
-    if (!arguments.empty()) {
-        std::fprintf(stderr, "usage: kel demo\n");
-        return 2;
-    }
+    if (!arguments.empty())
+        return usageError(kUsage);
     std::printf("kel - a tour of the library\n");
     for (const DemoSection* section : demoSections()) {
         heading(section->title);
@@ -37,7 +41,7 @@ int runDemo(const std::vector<std::string>& arguments) {
     return 0;
 }
 
-const Command demoCommand("demo", "a short tour of the library", runDemo);
+const Command demoCommand("demo", "a short tour of the library", kUsage, runDemo);
 
 }  // namespace
 
