@@ -56,7 +56,9 @@
 #include <kel/KelPerfMonitor.h>
 
 // Processes, progress and notification
+#include <kel/KelIPCConnection.h>
 #include <kel/KelMessage.h>
+#include <kel/KelNamedPipe.h>
 #include <kel/KelProcessEvolutionManager.h>
 #include <kel/KelProgressCtrl.h>
 #include <kel/KelRBTree.h>
