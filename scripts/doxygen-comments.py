@@ -9,7 +9,9 @@ What it changes (comments only, never code):
   "/// @file KelFoo.h", its first paragraph (without the "KelFoo.h - "
   prefix, filled again) as the brief description, the rest as it was. Indented lines
   (the usage example) are wrapped in @code ... @endcode; an indented
-  XML example gets @code{.xml}; an indented numbered list stays a list.
+  XML example gets @code{.xml}, an indented block that is not code (a
+  table of a wire format) @code{.unparsed}; an indented numbered list
+  stays a list.
 - A comment block directly above a declaration (no blank line between)
   becomes a `///` block, at file, namespace and class scope; comments
   inside function bodies stay as they are.
@@ -128,10 +130,15 @@ def wrap_examples(texts):
             while j > i and texts[j - 1].strip() == "":
                 j -= 1
             block = texts[i:j]
-            lang = "{.xml}" if block[0].strip().startswith("<") else ""
-            out.append(" @code" + lang)
+            if block[0].strip().startswith("<"):
+                opening, closing = " @code{.xml}", " @endcode"
+            elif not any(re.search(r"[;(){}]", t) for t in block):
+                opening, closing = " @code{.unparsed}", " @endcode"  # a layout, not code
+            else:
+                opening, closing = " @code", " @endcode"
+            out.append(opening)
             out.extend(block)
-            out.append(" @endcode")
+            out.append(closing)
             i = j
         else:
             out.append(t)
