@@ -42,10 +42,10 @@ import sys
 
 # The commands the headers use; any other "@" is text.
 COMMANDS = ("file", "brief", "code", "endcode", "copydoc", "copybrief", "copydetails", "see",
-            "class", "par", "note", "n", "{", "}")
+            "class", "par", "note", "name", "n", "{", "}")
 COMMAND = re.compile(r"@(?:" + "|".join(re.escape(c) for c in COMMANDS) + r")(?![\w])")
 # Commands whose argument names a file or a declaration: the line stays as it is.
-REFERENCE = re.compile(r"@(?:file|class|copydoc|copybrief|copydetails)\b")
+REFERENCE = re.compile(r"@(?:file|class|typedef|copydoc|copybrief|copydetails)\b")
 
 
 def escape_text(text):

@@ -50,8 +50,7 @@ typedef struct HWND__* HWND;
 typedef wchar_t* BSTR;
 
 /// A calendar date and time of day, as Windows keeps it; which time zone
-/// it is in depends on where it came from. PSYSTEMTIME and LPSYSTEMTIME
-/// point to one.
+/// it is in depends on where it came from.
 typedef struct _SYSTEMTIME {
     uint16_t wYear;          ///< the year, for example 2024
     uint16_t wMonth;         ///< 1 (January) to 12
@@ -62,23 +61,32 @@ typedef struct _SYSTEMTIME {
     uint16_t wSecond;        ///< 0 to 59
     uint16_t wMilliseconds;  ///< 0 to 999
 } SYSTEMTIME, *PSYSTEMTIME, *LPSYSTEMTIME;
+/// @typedef PSYSTEMTIME
+/// A pointer to a SYSTEMTIME.
+/// @typedef LPSYSTEMTIME
+/// A pointer to a SYSTEMTIME.
 
-/// 100-nanosecond intervals since 1601-01-01 00:00:00 UTC. PFILETIME and
-/// LPFILETIME point to one.
+/// 100-nanosecond intervals since 1601-01-01 00:00:00 UTC.
 typedef struct _FILETIME {
     uint32_t dwLowDateTime;   ///< the low 32 bits of the count
     uint32_t dwHighDateTime;  ///< the high 32 bits of the count
 } FILETIME, *PFILETIME, *LPFILETIME;
+/// @typedef PFILETIME
+/// A pointer to a FILETIME.
+/// @typedef LPFILETIME
+/// A pointer to a FILETIME.
 
 #ifndef MAX_PATH
 /// The capacity of a path in characters, terminator included.
 #define MAX_PATH 260
 #endif
 
-/// Message-box styles: the values of Windows. A style is one button set, one
-/// icon and one default button or'ed together, with any of the flags that
-/// follow them. The box drawn on Linux has the buttons, the icon and the
-/// default button; it honours MB_TOPMOST and MB_SETFOREGROUND, and no owner.
+/// @name Message-box styles
+/// The values of Windows. A style is one button set, one icon and one
+/// default button or'ed together, with any of the flags that follow them.
+/// The box drawn on Linux has the buttons, the icon and the default button;
+/// it honours MB_TOPMOST and MB_SETFOREGROUND, and no owner.
+///@{
 #define MB_OK 0x00000000L                   ///< an OK button
 #define MB_OKCANCEL 0x00000001L             ///< OK and Cancel buttons
 #define MB_ABORTRETRYIGNORE 0x00000002L     ///< Abort, Retry and Ignore buttons
@@ -106,8 +114,11 @@ typedef struct _FILETIME {
 #define MB_TYPEMASK 0x0000000FL             ///< the bits of the button set
 #define MB_ICONMASK 0x000000F0L             ///< the bits of the icon
 #define MB_DEFMASK 0x00000F00L              ///< the bits of the default button
+///@}
 
-/// Message-box results: the button the user chose.
+/// @name Message-box results
+/// The button the user chose.
+///@{
 #define IDOK 1                              ///< OK
 #define IDCANCEL 2                          ///< Cancel, or the box closed where it has Cancel
 #define IDABORT 3                           ///< Abort
@@ -117,6 +128,7 @@ typedef struct _FILETIME {
 #define IDNO 7                              ///< No
 #define IDTRYAGAIN 10                       ///< Try Again
 #define IDCONTINUE 11                       ///< Continue
+///@}
 
 #endif  // _WIN32
 

@@ -38,7 +38,9 @@ struct UZ_FileInfo {
     wchar_t szFileName[MAX_PATH + 1];
     /// The entry comment (at most 255 bytes of it).
     wchar_t szComment[256];
-    /// The entry's central-directory values.
+    /// @name Central-directory values
+    /// The entry's values as its central-directory record gives them.
+    ///@{
     uint32_t dwVersion;            ///< the version made by
     uint32_t dwVersionNeeded;      ///< the version needed to extract
     uint32_t dwFlags;              ///< the general-purpose bit flags
@@ -50,6 +52,7 @@ struct UZ_FileInfo {
     uint32_t dwUncompressedSize;  ///< the low 32 bits of the original size
     uint32_t dwInternalAttrib;    ///< the internal attributes
     uint32_t dwExternalAttrib;    ///< the external attributes
+    ///@}
     /// Bit 0x10 (the directory attribute) of dwExternalAttrib.
     bool bFolder;
 };
