@@ -29,10 +29,10 @@ README.md, which stays plain GitHub-flavoured Markdown:
   README's links to its own sections resolve; back-quotes in a heading are
   dropped (Doxygen would show them as markup);
 - inside `code`, a "%" before a letter is doubled (Doxygen drops a single
-  one there); table cells keep theirs, since Doxygen does not drop it there;
-- in a table row, an escaped "\\|" inside `code` closes the code, writes the
-  bar as a character reference and opens the code again: Doxygen shows the
-  backslash of "\\|" and would split the cell on a bare "|".
+  one there); table cells keep theirs, since Doxygen does not drop it there.
+
+(One difference stays: a "|" escaped as "\\|" inside `code` in a table cell
+shows with its backslash; Doxygen 1.9 has no other way to put a bar there.)
 
 Code, // comments, @code blocks and fenced code blocks pass unchanged.
 """
@@ -133,9 +133,7 @@ def filter_markdown(lines):
         elif re.match(r"^#{1,6}\s", line):
             hashes, text = line.rstrip().split(None, 1)
             line = f"{hashes} {text.replace('`', '')} {{#{slug(text, seen)}}}\n"
-        elif line.lstrip().startswith("|"):
-            line = code_spans(line, lambda code: code.replace("\\|", "`&#124;`"))
-        else:
+        elif not line.lstrip().startswith("|"):
             line = code_spans(line, lambda code: re.sub(r"%(?=[A-Za-z])", "%%", code))
         yield line
 
