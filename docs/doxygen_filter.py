@@ -12,10 +12,13 @@ line, so that Doxygen's messages keep the files' line numbers.
 Headers: in /// and ///< comments, outside @code blocks,
 
 - the characters Doxygen reads as markup are escaped, so that comments show
-  as written: a backslash ("Software\\Norvane", "\\n") would start a
-  command, a "%" before a word is dropped ("%s"), <...> is taken for HTML,
-  "#name" for a link, and a double quote opens a span in which Doxygen
-  handles backslashes its own way;
+  as written: a backslash would start a command (Software\\Norvane), a "%"
+  before a word is dropped (%s), <...> is taken for HTML and #name for a
+  link;
+- a "quoted text" is left as it is, even across lines: Doxygen shows it
+  literally, and a dot inside it does not end the first sentence. Only one
+  that ends in a backslash ("c:\\"), which Doxygen would read as an escaped
+  quote, is written with &quot; and escaped like the rest;
 - `code` becomes <tt>code</tt> with the same escapes, since Doxygen's own
   code spans end early at a backslash before a quote or a back-quote;
 - the Doxygen commands the headers use (@file, @code, @copydoc, @see, ...)
@@ -48,64 +51,123 @@ COMMAND = re.compile(r"@(?:" + "|".join(re.escape(c) for c in COMMANDS) + r")(?!
 REFERENCE = re.compile(r"@(?:file|class|typedef|copydoc|copybrief|copydetails)\b")
 
 
+ENTITIES = {"&": "&amp;", '"': "&quot;", "<": "&lt;", ">": "&gt;"}
+
+
+def escape_char(ch, nxt):
+    """One character of plain comment text as Doxygen shows it literally."""
+    if ch in ENTITIES:
+        return ENTITIES[ch]
+    if ch in "\\#$@":
+        return "\\" + ch
+    if ch == "%" and (nxt.isalpha() or nxt == "_"):
+        return "%%"  # Doxygen drops a "%" before a word
+    return ch
+
+
 def escape_text(text):
     """Plain comment text as Doxygen shows it literally."""
-    out = []
-    for i, ch in enumerate(text):
-        nxt = text[i + 1] if i + 1 < len(text) else ""
-        if ch == "&":
-            out.append("&amp;")
-        elif ch == "\\":
-            out.append("\\\\")
-        elif ch == '"':
-            out.append("&quot;")
-        elif ch == "<":
-            out.append("&lt;")
-        elif ch == ">":
-            out.append("&gt;")
-        elif ch in "#$":
-            out.append("\\" + ch)
-        elif ch == "%" and (nxt.isalpha() or nxt == "_"):
-            out.append("%%")
-        else:
-            out.append(ch)
-    return "".join(out)
+    return "".join(escape_char(ch, text[i + 1:i + 2]) for i, ch in enumerate(text))
 
 
 def escape_comment(text):
-    """The text of one /// comment line: commands kept, `code` as <tt>."""
+    """Comment text (lines joined by newlines) as Doxygen shows it literally.
+
+    A "quoted text" stays in real quotes, which Doxygen shows as they are
+    and within which a dot does not end the first sentence; only one that
+    ends in a backslash ("c:\\"), where Doxygen would take the backslash and
+    the quote for an escaped quote, is written with &quot; and escapes.
+    `code` becomes <tt>; the commands the headers use pass unchanged.
+    """
     out = []
     pos = 0
-    for m in re.finditer(r"`([^`]+)`|" + COMMAND.pattern, text):
-        out.append(escape_text(text[pos:m.start()]).replace("@", "\\@"))
-        if m.group(1) is not None:
-            out.append("<tt>" + escape_text(m.group(1)).replace("@", "\\@") + "</tt>")
-        else:
-            out.append(m.group(0))
-        pos = m.end()
-    out.append(escape_text(text[pos:]).replace("@", "\\@"))
+    while pos < len(text):
+        command = COMMAND.match(text, pos)
+        if command:
+            out.append(command.group(0))
+            pos = command.end()
+            continue
+        ch = text[pos]
+        if ch == "`":
+            close = text.find("`", pos + 1)
+            if close > pos + 1 and "\n" not in text[pos:close]:
+                out.append("<tt>" + escape_text(text[pos + 1:close]) + "</tt>")
+                pos = close + 1
+                continue
+        if ch == '"':
+            close = text.find('"', pos + 1)
+            if close > pos:
+                quoted = text[pos + 1:close]
+                if quoted.endswith("\\"):
+                    out.append("&quot;" + escape_text(quoted) + "&quot;")
+                else:
+                    out.append('"' + quoted + '"')
+                pos = close + 1
+                continue
+        out.append(escape_char(ch, text[pos + 1:pos + 2]))
+        pos += 1
     return "".join(out)
 
 
+def comment_line(line):
+    """(head, marker, text, end) of a line with a /// or ///< comment, else None."""
+    m = re.match(r"^(.*?)(///<?)(.*?)(\r?\n?)$", line)
+    if not m or m.group(1).count('"') % 2 == 1:
+        return None  # no doc comment, or "///" inside a string literal
+    head, marker = m.group(1), m.group(2)
+    if head.strip() and marker != "///<":
+        return None
+    return m.groups()
+
+
 def filter_header(lines):
-    in_code = False
+    """The header with its comment blocks escaped, line for line."""
+    out = []
+    block = []  # (head, marker, text, end) of the comment lines in a row
+
+    def flush():
+        chunk = []  # texts that are escaped together (quotes may span lines)
+        in_code = False
+
+        def flush_chunk():
+            if chunk:
+                joined = escape_comment("\n".join(text for _, _, text, _ in chunk))
+                for (head, marker, _, end), text in zip(chunk, joined.split("\n")):
+                    out.append(head + marker + text + end)
+                chunk.clear()
+
+        for parts in block:
+            head, marker, text, end = parts
+            stripped = text.strip()
+            if in_code or stripped.startswith(("@code", "@endcode")) or REFERENCE.match(stripped):
+                flush_chunk()
+                out.append(head + marker + text + end)
+                if stripped.startswith("@code"):
+                    in_code = True
+                elif stripped.startswith("@endcode"):
+                    in_code = False
+            elif marker == "///<":
+                flush_chunk()
+                chunk.append(parts)
+                flush_chunk()
+            else:
+                chunk.append(parts)
+        flush_chunk()
+        block.clear()
+
     for line in lines:
-        m = re.match(r"^(.*?)(///<?)(.*?)(\r?\n?)$", line)
-        if not m or '"' in m.group(1) and m.group(1).count('"') % 2 == 1:
-            yield line  # no doc comment (or "///" inside a string literal)
-            continue
-        head, marker, text, end = m.groups()
-        if head.strip() and marker != "///<":
-            yield line
-            continue
-        stripped = text.strip()
-        if stripped.startswith("@code"):
-            in_code = True
-        elif stripped.startswith("@endcode"):
-            in_code = False
-        elif not in_code and not REFERENCE.match(stripped):
-            text = escape_comment(text)
-        yield head + marker + text + end
+        parts = comment_line(line)
+        if parts is None or parts[1] == "///<":
+            flush()
+            if parts is None:
+                out.append(line)
+            else:
+                block.append(parts)
+                flush()
+        else:
+            block.append(parts)
+    flush()
+    return out
 
 
 def slug(text, seen):

@@ -74,6 +74,8 @@ public:
     /// that differs only in case keeps them (even where file names are
     /// case-sensitive).
     KelDataSourcesUtilities(KelString configurationFile = KelString());
+    /// Leaves the process-wide state (data sources, drivers, ODBC
+    /// environment, configuration file path) as it is.
     virtual ~KelDataSourcesUtilities();
 
     /// The connection string of the first data source whose name and

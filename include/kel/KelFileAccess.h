@@ -137,6 +137,7 @@ public:
     ///    XML file): from the beginning, 16-bit units.
     /// 5. Else `count` bytes from the beginning, converted from the narrow
     ///    code page (at most 524,287 characters; longer text gives "").
+    ///
     /// The text ends at the first zero unit or byte.
     size_t readFile(KelString& text, size_t count) const;
 

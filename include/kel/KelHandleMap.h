@@ -39,6 +39,7 @@ public:
     /// its chains pair by pair, keeping each chain's order. Assigning an
     /// empty map is the way to clear one.
     KelHandleMap& operator=(const KelHandleMap& other);
+    /// Frees every pair.
     virtual ~KelHandleMap();
 
     /// Inserts the pair when the key is absent; a present key keeps its value.

@@ -75,6 +75,8 @@ public:
     /// code normally uses the library's instance; a separate one is
     /// independent of it.
     KelProcessEvolutionManager();
+    /// Drops the processes and the display list without telling the
+    /// displays, which are not owned.
     virtual ~KelProcessEvolutionManager();
 
     /// Registers a process with `action` and returns its key, the number of

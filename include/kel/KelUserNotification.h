@@ -79,6 +79,8 @@ public:
     /// An empty broadcaster, independent of the library's instance. A copy
     /// has its own copy of the observer set.
     KelUserNotification();
+    /// Drops the observer set without telling the observers, which are not
+    /// owned.
     virtual ~KelUserNotification();
 
     /// Adds `observer` to the set; a null observer and one already present
@@ -115,6 +117,8 @@ private:
 /// @see KelUserNotification, whose example implements one.
 class KEL_API KelNotificationObserver {
 public:
+    /// Does not deregister the observer: deregister it before it is
+    /// destroyed.
     virtual ~KelNotificationObserver();
     /// An error record was handed to the broadcaster.
     virtual void onErrorItem(KelUserNotification::eNotificationType type, KelErrorItem* item) = 0;
