@@ -1,10 +1,13 @@
-// Kel.h - the whole public interface of the kel library.
-//
-//   #include <kel/Kel.h>
-//
-//   KelString text(L"HEA 200");
-//   KelStringClassArray parts;
-//   parts.append(text);
+/// @file Kel.h
+/// The whole public interface of the kel library.
+///
+/// @code
+///   #include <kel/Kel.h>
+///
+///   KelString text(L"HEA 200");
+///   KelStringClassArray parts;
+///   parts.append(text);
+/// @endcode
 
 #ifndef KEL_KEL_H
 #define KEL_KEL_H

@@ -1,13 +1,16 @@
-// KelArray.h - the library's growable array template and its policies.
-//
-// A KelArray keeps a logical length (elements in use), a physical length
-// (slots allocated), a grow length and the slot block. It grows in fixed
-// steps of the grow length (8 unless told otherwise), never by doubling,
-// and ignores a shrink of at most a quarter of its physical length.
-//
-//   KelArray<double, KelArrayMemCopyReallocator<double>> values;
-//   values.append(1.5);                 // physical length 8
-//   values.setAt(9, 2.5);               // length 10, physical length 16
+/// @file KelArray.h
+/// The library's growable array template and its policies.
+///
+/// A KelArray keeps a logical length (elements in use), a physical length
+/// (slots allocated), a grow length and the slot block. It grows in fixed
+/// steps of the grow length (8 unless told otherwise), never by doubling,
+/// and ignores a shrink of at most a quarter of its physical length.
+///
+/// @code
+///   KelArray<double, KelArrayMemCopyReallocator<double>> values;
+///   values.append(1.5);                 // physical length 8
+///   values.setAt(9, 2.5);               // length 10, physical length 16
+/// @endcode
 
 #ifndef KEL_KELARRAY_H
 #define KEL_KELARRAY_H
@@ -21,20 +24,22 @@
 #include <new>
 #include <type_traits>
 
-// Whether elements of T may be moved to another address by copying their
-// bytes (the old bytes then being forgotten, not destroyed). True for
-// trivially copyable types; a class that holds no pointers into itself may
-// specialise it (KelString does). Arrays of such types grow in place where
-// the heap allows.
+/// Whether elements of T may be moved to another address by copying their
+/// bytes (the old bytes then being forgotten, not destroyed). True for
+/// trivially copyable types; a class that holds no pointers into itself may
+/// specialise it (KelString does). Arrays of such types grow in place where
+/// the heap allows.
 template <typename T>
 struct KelArrayIsRelocatable : std::is_trivially_copyable<T> {};
 
-// Allocation and release of a slot block. Blocks hold raw storage; the
-// array constructs and destroys the elements.
+/// Allocation and release of a slot block. Blocks hold raw storage; the
+/// array constructs and destroys the elements.
 template <typename T>
 class KelArrayMemoryController {
 public:
-    // Storage for `count` slots, nothing constructed in it.
+    /// Storage for `count` slots, nothing constructed in it (a count of 0
+    /// or less still gets room for one). Throws std::bad_alloc when memory
+    /// runs out.
     static T* allocate(long count) {
         void* block = std::malloc(bytes(count));
         if (block == nullptr)
@@ -42,7 +47,8 @@ public:
         return static_cast<T*>(block);
     }
 
-    // Resizes a block whose elements are relocatable; may move it.
+    /// Resizes a block whose elements are relocatable; may move it. Throws
+    /// std::bad_alloc when memory runs out (the block is then unchanged).
     static T* reallocate(T* block, long count) {
         void* moved = std::realloc(static_cast<void*>(block), bytes(count));
         if (moved == nullptr)
@@ -50,6 +56,8 @@ public:
         return static_cast<T*>(moved);
     }
 
+    /// Frees a block from allocate or reallocate; null does nothing. The
+    /// elements must have been destroyed.
     static void deallocate(T* block) { std::free(block); }
 
 private:
@@ -63,46 +71,55 @@ private:
     }
 };
 
-// Moves elements into a new block by assignment: KelString elements keep
-// sharing their representations.
+/// Moves elements into a new block by assignment: KelString elements keep
+/// sharing their representations.
 template <typename T>
 struct KelArrayObjectCopyReallocator {
+    /// False: copy() assigns, so the array moves its elements by assignment
+    /// unless KelArrayIsRelocatable says their bytes may move.
     static constexpr bool kCopiesBytes = false;
 
+    /// Assigns `count` elements of `source` to the constructed slots at
+    /// `target`, in order.
     static void copy(T* target, const T* source, long count) {
         for (long i = 0; i < count; ++i)
             target[i] = source[i];
     }
 };
 
-// Moves elements into a new block by copying their bytes.
+/// Moves elements into a new block by copying their bytes.
 template <typename T>
 struct KelArrayMemCopyReallocator {
+    /// True: the array moves these elements by their bytes and grows its
+    /// block in place where the heap allows.
     static constexpr bool kCopiesBytes = true;
 
+    /// Copies the bytes of `count` elements from `source` to `target`
+    /// (nothing for a count of 0 or less).
     static void copy(T* target, const T* source, long count) {
         if (count > 0)
             std::memcpy(static_cast<void*>(target), source, count * sizeof(T));
     }
 };
 
+/// @copydoc KelArray.h
 template <typename T, typename Reallocator = KelArrayObjectCopyReallocator<T>,
           typename MemoryController = KelArrayMemoryController<T>>
 class KelArray {
 public:
-    // Logical length 0; `grow` is the growth step (0 means 8); `physical`
-    // slots are allocated at once when it is positive.
+    /// Logical length 0; `grow` is the growth step (0 means 8); `physical`
+    /// slots are allocated at once when it is positive.
     KelArray(long physical = 0, long grow = 8) : m_growLength(grow != 0 ? narrow(grow) : 8) {
         if (physical > 0)
             reallocate(physical);
     }
 
-    // An empty array with the other's grow length, its logical length of
-    // slots and copies (by assignment) of its elements.
+    /// An empty array with the other's grow length, its logical length of
+    /// slots and copies (by assignment) of its elements.
     KelArray(const KelArray& other) { *this = other; }
 
-    // Replaces the elements by copies of the other's, in a block of exactly
-    // the other's logical length; takes its logical and grow lengths.
+    /// Replaces the elements by copies of the other's, in a block of exactly
+    /// the other's logical length; takes its logical and grow lengths.
     KelArray& operator=(const KelArray& other) {
         if (this == &other)
             return *this;
@@ -117,24 +134,33 @@ public:
         return *this;
     }
 
+    /// Destroys the elements and frees the slot block.
     ~KelArray() { release(); }
 
-    // Element access; no bounds check.
+    /// Element access; no bounds check: `i` must lie inside the logical
+    /// length, and first() and last() need an element. at() returns a copy.
     T& operator[](long i) { return m_data[i]; }
+    /// @copydoc operator[](long)
     const T& operator[](long i) const { return m_data[i]; }
+    /// @copydoc operator[](long)
     T at(long i) const { return m_data[i]; }
+    /// @copydoc operator[](long)
     T& first() { return m_data[0]; }
+    /// @copydoc operator[](long)
     const T& first() const { return m_data[0]; }
+    /// @copydoc operator[](long)
     T& last() { return m_data[m_logicalLength - 1]; }
+    /// @copydoc operator[](long)
     const T& last() const { return m_data[m_logicalLength - 1]; }
 
-    // The slot block itself (null while no slot is allocated).
+    /// The slot block itself (null while no slot is allocated).
     T* getData() { return m_data; }
+    /// @copydoc getData()
     const T* getData() const { return m_data; }
 
-    // Inside the logical length: assigns. At or beyond it: the array grows
-    // to i + 1 elements, the slots in between holding fresh (empty) values.
-    // A negative index changes nothing.
+    /// Inside the logical length: assigns. At or beyond it: the array grows
+    /// to i + 1 elements, the slots in between holding fresh (empty) values.
+    /// A negative index changes nothing.
     KelArray& setAt(long i, const T& value) {
         if (i < 0)
             return *this;
@@ -151,6 +177,8 @@ public:
         return *this;
     }
 
+    /// Assigns `value` (which may be one of the elements) to every element
+    /// of the logical length.
     KelArray& setAll(const T& value) {
         const T kept(value);
         for (int i = 0; i < m_logicalLength; ++i)
@@ -158,14 +186,14 @@ public:
         return *this;
     }
 
-    // Appends one element and returns its index.
+    /// Appends one element and returns its index.
     long append(const T& value) {
         const long index = m_logicalLength;
         setAt(index, value);
         return index;
     }
 
-    // Appends copies of the other's elements (which may be this array).
+    /// Appends copies of the other's elements (which may be this array).
     KelArray& append(const KelArray& other) {
         const int count = other.m_logicalLength;
         if (count <= 0)
@@ -178,8 +206,8 @@ public:
         return *this;
     }
 
-    // Inserts before index i (i equal to the length appends). The value may
-    // be one of this array's own elements.
+    /// Inserts before index i (i equal to the length appends). The value may
+    /// be one of this array's own elements.
     KelArray& insertAt(long i, const T& value) {
         if (i < 0 || i > m_logicalLength)
             return *this;
@@ -199,8 +227,8 @@ public:
         return *this;
     }
 
-    // Moves the later elements down by one. The vacated last slot keeps its
-    // old value until it is reused or the array dies.
+    /// Moves the later elements down by one. The vacated last slot keeps its
+    /// old value until it is reused or the array dies.
     KelArray& removeAt(long i) {
         if (i < 0 || i >= m_logicalLength)
             return *this;
@@ -221,17 +249,19 @@ public:
         return *this;
     }
 
+    /// removeAt(0): an empty array stays as it is.
     KelArray& removeFirst() { return removeAt(0); }
 
-    // Shortens the logical length by one without touching the slot and
-    // without checking for emptiness: on an empty array the length becomes
-    // -1. Deliberate; callers test isEmpty() first.
+    /// Shortens the logical length by one without touching the slot and
+    /// without checking for emptiness: on an empty array the length becomes
+    /// -1. Deliberate; callers test isEmpty() first.
     KelArray& removeLast() {
         --m_logicalLength;
         return *this;
     }
 
-    // Removes the first element at or after `start` equal to `value`.
+    /// Removes the first element at or after `start` equal to `value`: 1
+    /// when one was removed, else 0.
     int remove(const T& value, long start = 0) {
         long index = -1;
         if (!find(value, index, start))
@@ -240,13 +270,14 @@ public:
         return 1;
     }
 
+    /// 1 when an element at or after `start` equals `value`, else 0.
     int contains(const T& value, long start = 0) const {
         long index = -1;
         return find(value, index, start);
     }
 
-    // 1 with `index` set to the first element at or after `start` equal to
-    // `value`; 0 (index untouched) when there is none.
+    /// 1 with `index` set to the first element at or after `start` equal to
+    /// `value`; 0 (index untouched) when there is none.
     int find(const T& value, long& index, long start = 0) const {
         for (long i = std::max(start, 0L); i < m_logicalLength; ++i) {
             if (m_data[i] == value) {
@@ -257,7 +288,9 @@ public:
         return 0;
     }
 
-    // Binary search of the whole array, which must be sorted by `compare`.
+    /// Binary search of the whole array, which must be sorted by `compare`:
+    /// 1 with `index` set to a matching element, else 0 with `index` -1 (also
+    /// for an empty array or a null `compare`).
     int bsearch(const T& value, long& index, int (*compare)(const void*, const void*)) const {
         index = -1;
         if (m_logicalLength <= 0 || compare == nullptr)
@@ -270,8 +303,9 @@ public:
         return 1;
     }
 
-    // Linear search from `start`; an element matches when compare(&value,
-    // &element) is 0.
+    /// Linear search from `start`; an element matches when compare(&value,
+    /// &element) is 0. 1 with `index` set to the first match, else 0 with
+    /// `index` -1 (also for a null `compare`).
     int lfind(const T& value, long& index, int (*compare)(const void*, const void*),
               long start = 0) const {
         index = -1;
@@ -286,25 +320,29 @@ public:
         return 0;
     }
 
-    // Sorts all elements (not stable).
+    /// Sorts all elements (not stable); a null `compare` changes nothing.
     void sort(int (*compare)(const void*, const void*)) {
         if (m_logicalLength > 0)
             sortRange(0, m_logicalLength, compare);
     }
 
-    // Sorts the elements first..last inclusive.
+    /// Sorts the elements first..last inclusive (not stable). A range that
+    /// does not lie inside the logical length changes nothing.
     void sort(long first, long last, int (*compare)(const void*, const void*)) {
         if (m_logicalLength <= 0 || first < 0 || last >= m_logicalLength || last < first)
             return;
         sortRange(first, last - first + 1, compare);
     }
 
+    /// Reverses the order of the elements.
     KelArray& reverse() {
         if (m_logicalLength > 1)
             std::reverse(m_data, m_data + m_logicalLength);
         return *this;
     }
 
+    /// Exchanges elements i and j; an index outside the logical length, or
+    /// i equal to j, changes nothing.
     KelArray& swap(long i, long j) {
         if (i < 0 || j < 0 || i >= m_logicalLength || j >= m_logicalLength || i == j) {
             return *this;
@@ -315,12 +353,16 @@ public:
         return *this;
     }
 
+    /// The logical length: the number of elements in use (-1 after
+    /// removeLast on an empty array).
     long length() const { return m_logicalLength; }
+    /// @copydoc length
     long logicalLength() const { return m_logicalLength; }
+    /// 1 when the logical length is 0, else 0 (0 also for the length -1).
     int isEmpty() const { return m_logicalLength == 0 ? 1 : 0; }
 
-    // Within the physical length only the logical length changes; beyond
-    // it the block grows by the growth rule and the new elements are fresh.
+    /// Within the physical length only the logical length changes; beyond
+    /// it the block grows by the growth rule and the new elements are fresh.
     KelArray& setLogicalLength(long n) {
         if (n > m_physicalLength)
             grow(n);
@@ -328,19 +370,21 @@ public:
         return *this;
     }
 
+    /// The number of slots allocated.
     long physicalLength() const { return m_physicalLength; }
 
-    // Reallocates to exactly n slots, unless n shrinks the block by at most
-    // a quarter (then nothing happens). Elements beyond n are dropped.
+    /// Reallocates to exactly n slots, unless n shrinks the block by at most
+    /// a quarter (then nothing happens). Elements beyond n are dropped.
     KelArray& setPhysicalLength(long n) {
         reallocate(n);
         return *this;
     }
 
+    /// The growth step, as set (the constructor makes 0 into 8).
     long growLength() const { return m_growLength; }
 
-    // The step is not validated; it must be positive (growth falls back on
-    // 8 while it is not).
+    /// The step is not validated; it must be positive (growth falls back on
+    /// 8 while it is not).
     KelArray& setGrowLength(long n) {
         m_growLength = narrow(n);
         return *this;
@@ -357,9 +401,9 @@ private:
         return static_cast<int>(n);
     }
 
-    // Growth rule: the needed length rounded up to a multiple of the grow
-    // length. Linear on purpose: host code relies on small, predictable
-    // blocks rather than on doubling.
+    /// Growth rule: the needed length rounded up to a multiple of the grow
+    /// length. Linear on purpose: host code relies on small, predictable
+    /// blocks rather than on doubling.
     void grow(long needed) {
         if (needed <= m_physicalLength)
             return;
@@ -416,7 +460,7 @@ private:
         m_logicalLength = 0;
     }
 
-    // New slots hold zero bytes (plain types) or the default value.
+    /// New slots hold zero bytes (plain types) or the default value.
     static void constructSlots(T* block, int from, int to) {
         if (from >= to)
             return;

@@ -1,13 +1,16 @@
-// KelProfTypeDSTVValues.h - the DSTV profile type of a steel section.
-//
-// A plain record: the profile type in the numbering of the DSTV NC
-// interface and the 28 named cross-section dimensions such a profile may
-// have, in whatever unit the caller stores. It converts and checks nothing.
-//
-//   KelProfTypeDSTVValues profile;
-//   profile.setDSTVType(KelProfTypeDSTVValues::eDSTV_I);
-//   profile.setH1(200.0);
-//   KelString code = profile.getProftypeString();  // "I"
+/// @file KelProfTypeDSTVValues.h
+/// The DSTV profile type of a steel section.
+///
+/// A plain record: the profile type in the numbering of the DSTV NC
+/// interface and the 28 named cross-section dimensions such a profile may
+/// have, in whatever unit the caller stores. It converts and checks nothing.
+///
+/// @code
+///   KelProfTypeDSTVValues profile;
+///   profile.setDSTVType(KelProfTypeDSTVValues::eDSTV_I);
+///   profile.setH1(200.0);
+///   KelString code = profile.getProftypeString();  // "I"
+/// @endcode
 
 #ifndef KEL_KELPROFTYPEDSTVVALUES_H
 #define KEL_KELPROFTYPEDSTVVALUES_H
@@ -15,49 +18,56 @@
 #include <kel/KelExport.h>
 #include <kel/KelString.h>
 
+/// @copydoc KelProfTypeDSTVValues.h
 class KEL_API KelProfTypeDSTVValues {
 public:
-    // The profile types. The numbers are stored in client data and are
-    // fixed; any other 32-bit value may be carried too. Both -1 and 16 are
-    // the special profile "SO", deliberately.
+    /// The profile types. The numbers are stored in client data and are
+    /// fixed; any other 32-bit value may be carried too. Both -1 and 16 are
+    /// the special profile "SO", deliberately.
     enum eDSTVType : int {
-        eDSTV_Undefined = -1,  // "SO"
-        eDSTV_I = 0,           // "I"
-        eDSTV_L = 1,           // "L"
-        eDSTV_U = 2,           // "U"
-        eDSTV_B = 3,           // "B"
-        eDSTV_RU = 4,          // "RU"
-        eDSTV_RO = 5,          // "RO"
-        eDSTV_M = 6,           // "M"
-        eDSTV_C = 7,           // "C"
-        eDSTV_T = 8,           // "T"
-        eDSTV_Z = 9,           // "Z"
-        eDSTV_KA = 10,         // "KA"
-        eDSTV_KF = 11,         // "KF"
-        eDSTV_KQ = 12,         // "KQ"
-        eDSTV_CCS = 13,        // "CCS"
-        eDSTV_PL1 = 14,        // "PL1"
-        eDSTV_PL2 = 15,        // "PL2"
-        eDSTV_SO = 16,         // "SO"
-        eDSTV_CSE = 17,        // "CSE"
+        eDSTV_Undefined = -1,  ///< "SO"
+        eDSTV_I = 0,           ///< "I"
+        eDSTV_L = 1,           ///< "L"
+        eDSTV_U = 2,           ///< "U"
+        eDSTV_B = 3,           ///< "B"
+        eDSTV_RU = 4,          ///< "RU"
+        eDSTV_RO = 5,          ///< "RO"
+        eDSTV_M = 6,           ///< "M"
+        eDSTV_C = 7,           ///< "C"
+        eDSTV_T = 8,           ///< "T"
+        eDSTV_Z = 9,           ///< "Z"
+        eDSTV_KA = 10,         ///< "KA"
+        eDSTV_KF = 11,         ///< "KF"
+        eDSTV_KQ = 12,         ///< "KQ"
+        eDSTV_CCS = 13,        ///< "CCS"
+        eDSTV_PL1 = 14,        ///< "PL1"
+        eDSTV_PL2 = 15,        ///< "PL2"
+        eDSTV_SO = 16,         ///< "SO"
+        eDSTV_CSE = 17,        ///< "CSE"
     };
 
-    // Type 0 ("I") and every dimension 0.0.
+    /// Type 0 ("I") and every dimension 0.0.
     KelProfTypeDSTVValues();
-    // The whole record: the type and all twenty-nine doubles, the one
-    // without an accessor included.
+    /// The whole record: the type and all twenty-nine doubles, the one
+    /// without an accessor included.
+    ///@{
     KelProfTypeDSTVValues(const KelProfTypeDSTVValues& other) = default;
     KelProfTypeDSTVValues& operator=(const KelProfTypeDSTVValues& other) = default;
+    ///@}
     virtual ~KelProfTypeDSTVValues();
 
+    /// The profile type, stored as given (any 32-bit value).
+    ///@{
     eDSTVType getDSTVType() const { return m_dstvType; }
     void setDSTVType(const eDSTVType& type) { m_dstvType = type; }
+    ///@}
 
-    // The DSTV profile code of the type: the texts listed with eDSTVType,
-    // "SO" for any value not listed.
+    /// The DSTV profile code of the type: the texts listed with eDSTVType,
+    /// "SO" for any value not listed.
     KelString getProftypeString() const;
 
-    // The dimensions, stored as given.
+    /// The dimensions, stored as given.
+    ///@{
     double getH1() const { return m_H1; }
     void setH1(const double& value) { m_H1 = value; }
     double getH2() const { return m_H2; }
@@ -114,6 +124,7 @@ public:
     void setGH(const double& value) { m_GH = value; }
     double getU() const { return m_U; }
     void setU(const double& value) { m_U = value; }
+    ///@}
 
 private:
     eDSTVType m_dstvType;
@@ -140,8 +151,8 @@ private:
     double m_EZ;
 
 protected:
-    // The one dimension without an accessor: 0.0 unless copied from
-    // another record. Open to derived classes.
+    /// The one dimension without an accessor: 0.0 unless copied from
+    /// another record. Open to derived classes.
     double m_unnamed;
 
 private:

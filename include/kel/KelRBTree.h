@@ -1,20 +1,23 @@
-// KelRBTree.h - an ordered set kept as a red-black tree.
-//
-// KelRBTree<Key, Value, KeyOf> stores values, each under the key that
-// KeyOf() extracts from it; every key is stored at most once and smaller
-// keys lie to the left. Pointer keys are ordered by their unsigned address
-// values. KelIdentity makes a value its own key.
-//
-//   KelRBTree<int, int, KelIdentity<int>> set;
-//   set.insert(7);
-//   set.insert(3);                       // 1: added
-//   set.insert(7);                       // 0: already there
-//   for (auto* node = set.first(); node != nullptr; node = set.next(node)) { ... }   // 3, 7
-//   set.remove(3);
-//
-// Nodes are made and freed through two virtual operations, createNode and
-// destroyNode, which a derived tree may replace. Copying a tree rebuilds
-// its nodes. Nothing here locks: one tree belongs to one thread at a time.
+/// @file KelRBTree.h
+/// An ordered set kept as a red-black tree.
+///
+/// KelRBTree<Key, Value, KeyOf> stores values, each under the key that
+/// KeyOf() extracts from it; every key is stored at most once and smaller
+/// keys lie to the left. Pointer keys are ordered by their unsigned address
+/// values. KelIdentity makes a value its own key.
+///
+/// @code
+///   KelRBTree<int, int, KelIdentity<int>> set;
+///   set.insert(7);
+///   set.insert(3);                       // 1: added
+///   set.insert(7);                       // 0: already there
+///   for (auto* node = set.first(); node != nullptr; node = set.next(node)) { ... }   // 3, 7
+///   set.remove(3);
+/// @endcode
+///
+/// Nodes are made and freed through two virtual operations, createNode and
+/// destroyNode, which a derived tree may replace. Copying a tree rebuilds
+/// its nodes. Nothing here locks: one tree belongs to one thread at a time.
 
 #ifndef KEL_KELRBTREE_H
 #define KEL_KELRBTREE_H
@@ -23,44 +26,46 @@
 #include <new>
 #include <type_traits>
 
-// The key extractor that makes a value its own key.
+/// The key extractor that makes a value its own key.
 template <typename T>
 struct KelIdentity {
+    /// `value` itself.
     const T& operator()(const T& value) const { return value; }
 };
 
+/// @copydoc KelRBTree.h
 template <typename Key, typename Value, typename KeyOf>
 class KelRBTree {
 public:
-    // The colour of a node, one byte.
+    /// The colour of a node, one byte.
     enum eColour : unsigned char {
         eRed = 0,
         eBlack = 1,
     };
 
-    // A node of the tree. The links are open for reading (traversals,
-    // checks); only the tree changes them.
+    /// A node of the tree. The links are open for reading (traversals,
+    /// checks); only the tree changes them.
     struct Node {
-        Value value;  // the stored value; its key is KeyOf()(value)
-        eColour colour;
-        Node* left;
-        Node* right;
-        Node* parent;  // null at the root
+        Value value;     ///< the stored value; its key is KeyOf()(value)
+        eColour colour;  ///< red or black
+        Node* left;      ///< the subtree of smaller keys, or null
+        Node* right;     ///< the subtree of greater keys, or null
+        Node* parent;    ///< null at the root
     };
 
-    // An empty tree.
+    /// An empty tree.
     KelRBTree() : m_root(nullptr), m_count(0) {}
 
-    // A tree rebuilt from `other`: same shape, keys and colours, new nodes.
-    // (While this tree is being constructed its own createNode is the base
-    // one; a derived tree that wants its own nodes assigns instead.)
+    /// A tree rebuilt from `other`: same shape, keys and colours, new nodes.
+    /// (While this tree is being constructed its own createNode is the base
+    /// one; a derived tree that wants its own nodes assigns instead.)
     KelRBTree(const KelRBTree& other) : m_root(nullptr), m_count(0) { copyFrom(other); }
 
-    // Destroys this tree's nodes (post-order: left subtree, right subtree,
-    // node) and rebuilds them from `other`: each node is created with the
-    // source node's value and colour after the copies of its two children,
-    // whose parent is then set to it. If a node cannot be created the tree
-    // ends up empty. Assigning a tree to itself changes nothing.
+    /// Destroys this tree's nodes (post-order: left subtree, right subtree,
+    /// node) and rebuilds them from `other`: each node is created with the
+    /// source node's value and colour after the copies of its two children,
+    /// whose parent is then set to it. If a node cannot be created the tree
+    /// ends up empty. Assigning a tree to itself changes nothing.
     KelRBTree& operator=(const KelRBTree& other) {
         if (this != &other) {
             clear();
@@ -69,14 +74,14 @@ public:
         return *this;
     }
 
-    // Destroys every node. This runs the base destroyNode: a derived tree
-    // that replaces destroyNode calls clear() in its own destructor.
+    /// Destroys every node. This runs the base destroyNode: a derived tree
+    /// that replaces destroyNode calls clear() in its own destructor.
     ~KelRBTree() { clear(); }
 
-    // Inserts `value` unless a value with its key is already stored. The
-    // node is created first (red, no children); when an equal key turns up
-    // it is destroyed again and the count stays. 1 when added, 0 when the
-    // key was present or no node could be created.
+    /// Inserts `value` unless a value with its key is already stored. The
+    /// node is created first (red, no children); when an equal key turns up
+    /// it is destroyed again and the count stays. 1 when added, 0 when the
+    /// key was present or no node could be created.
     int insert(const Value& value) {
         Node* added = createNode(value, eRed, nullptr, nullptr);
         if (added == nullptr)
@@ -110,8 +115,8 @@ public:
         return 1;
     }
 
-    // Removes the value stored under `key`, handing its node to
-    // destroyNode. 1 when removed, 0 (nothing changed) when absent.
+    /// Removes the value stored under `key`, handing its node to
+    /// destroyNode. 1 when removed, 0 (nothing changed) when absent.
     int remove(const Key& key) {
         Node* removed = find(key);
         if (removed == nullptr)
@@ -122,7 +127,7 @@ public:
         return 1;
     }
 
-    // The node stored under `key`, or null.
+    /// The node stored under `key`, or null.
     Node* find(const Key& key) const {
         Node* current = m_root;
         while (current != nullptr) {
@@ -136,8 +141,8 @@ public:
         return nullptr;
     }
 
-    // The node with the smallest key greater than `key` (which need not be
-    // stored), or null.
+    /// The node with the smallest key greater than `key` (which need not be
+    /// stored), or null.
     Node* upperBound(const Key& key) const {
         Node* found = nullptr;
         Node* current = m_root;
@@ -152,18 +157,18 @@ public:
         return found;
     }
 
-    // The number of stored values.
+    /// The number of stored values.
     int count() const { return m_count; }
 
-    // The root node (null when empty).
+    /// The root node (null when empty).
     Node* getRoot() const { return m_root; }
 
-    // The node with the smallest key (null when empty).
+    /// The node with the smallest key (null when empty).
     Node* first() const { return leftmost(m_root); }
 
-    // The node after `node` in key order, or null after the last: the
-    // leftmost node of its right subtree if it has one, else the parent
-    // reached by climbing while the node is its parent's right child.
+    /// The node after `node` in key order, or null after the last: the
+    /// leftmost node of its right subtree if it has one, else the parent
+    /// reached by climbing while the node is its parent's right child.
     static Node* next(const Node* node) {
         if (node == nullptr)
             return nullptr;
@@ -174,7 +179,7 @@ public:
         return node->parent;
     }
 
-    // Destroys every node (post-order) and empties the tree.
+    /// Destroys every node (post-order) and empties the tree.
     void clear() {
         destroySubtree(m_root);
         m_root = nullptr;
@@ -182,20 +187,20 @@ public:
     }
 
 protected:
-    // Makes a node holding `value` with the given colour and children; its
-    // parent is null. Null when memory runs out (the tree then leaves the
-    // operation undone).
+    /// Makes a node holding `value` with the given colour and children; its
+    /// parent is null. Null when memory runs out (the tree then leaves the
+    /// operation undone).
     virtual Node* createNode(const Value& value, eColour colour, Node* left, Node* right) {
         return new (std::nothrow) Node{value, colour, left, right, nullptr};
     }
 
-    // Frees a node made by createNode. Its links are not followed.
+    /// Frees a node made by createNode. Its links are not followed.
     virtual void destroyNode(Node* node) { delete node; }
 
 private:
     static const Key& keyOf(const Node* node) { return KeyOf()(node->value); }
 
-    // Pointers compare as unsigned address values, anything else by <.
+    /// Pointers compare as unsigned address values, anything else by <.
     static bool less(const Key& a, const Key& b) {
         if constexpr (std::is_pointer<Key>::value) {
             return reinterpret_cast<std::uintptr_t>(a) < reinterpret_cast<std::uintptr_t>(b);
@@ -214,7 +219,7 @@ private:
         return node;
     }
 
-    // Makes `replacement` take `node`'s place under `node`'s parent.
+    /// Makes `replacement` take `node`'s place under `node`'s parent.
     void replaceChild(Node* node, Node* replacement) {
         if (node->parent == nullptr)
             m_root = replacement;
@@ -246,7 +251,7 @@ private:
         node->parent = up;
     }
 
-    // Restores the colour rules after a red leaf was linked in.
+    /// Restores the colour rules after a red leaf was linked in.
     void repairAfterInsert(Node* node) {
         while (node->parent != nullptr && node->parent->colour == eRed) {
             Node* parent = node->parent;
@@ -282,8 +287,8 @@ private:
         m_root->colour = eBlack;
     }
 
-    // Takes `node` out of the tree and restores the colour rules; the node
-    // itself is left to the caller.
+    /// Takes `node` out of the tree and restores the colour rules; the node
+    /// itself is left to the caller.
     void unlink(Node* node) {
         eColour lostColour = node->colour;
         Node* child;        // what moved into the place that lost a node
@@ -318,7 +323,7 @@ private:
             repairAfterRemoval(child, childParent);
     }
 
-    // `node` (possibly null, below `parent`) carries one black too few.
+    /// `node` (possibly null, below `parent`) carries one black too few.
     void repairAfterRemoval(Node* node, Node* parent) {
         while (node != m_root && colourOf(node) == eBlack) {
             if (node == parent->left) {
@@ -392,7 +397,7 @@ private:
             clear();
     }
 
-    // Children first, then the node with the source's value and colour.
+    /// Children first, then the node with the source's value and colour.
     Node* copySubtree(const Node* source, bool& failed) {
         if (source == nullptr || failed)
             return nullptr;
