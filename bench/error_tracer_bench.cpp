@@ -174,7 +174,9 @@ int firstAddError() {
 }  // namespace
 
 // AddError and the walker alone, each against backtrace() of the same stack.
-BENCHMARK(ErrorTracer_AddError_Warm)->Name("ErrorTracerAddError/kel")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ErrorTracer_AddError_Warm)
+    ->Name("ErrorTracerAddError/kel")
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(Backtrace_Bare)->Name("ErrorTracerAddError/reference")->Unit(benchmark::kMicrosecond);
 BENCHMARK(StackWalker_ShowCallstack_Warm)->Name("StackWalk/kel")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Backtrace_Bare)->Name("StackWalk/reference")->Unit(benchmark::kMicrosecond);
