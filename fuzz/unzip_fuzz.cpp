@@ -72,8 +72,8 @@ bool extractedPath(const fs::path& target, const UZ_FileInfo& info, bool flat, f
 void checkExtracted(const fs::path& archive, const fs::path& file, int index,
                     const UZ_FileInfo& info) {
     const std::vector<char> written = contentsOf(file);
-    const uLong crc = crc32(0, reinterpret_cast<const Bytef*>(written.data()),
-                            static_cast<uInt>(written.size()));
+    const uLong crc =
+        crc32(0, reinterpret_cast<const Bytef*>(written.data()), static_cast<uInt>(written.size()));
     if (written.size() != info.dwUncompressedSize || crc != info.dwCRC)
         std::abort();
     std::vector<char> expected;

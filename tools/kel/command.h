@@ -18,6 +18,7 @@
 #ifndef KEL_TOOLS_KEL_COMMAND_H
 #define KEL_TOOLS_KEL_COMMAND_H
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,25 @@ const std::vector<const DemoSection*>& demoSections();
 void heading(const char* title);
 void line(const std::string& text);
 void line(const std::wstring& text);
+
+// A temporary folder "kel-demo-<name>-<number>" that is the configuration
+// store's folder (KEL_REGISTRY_DIR) while the object lives, so that a
+// section's values never touch the user's own store. Afterwards the
+// variable is put back as it was and the folder removed with its files.
+class DemoStoreFolder {
+public:
+    explicit DemoStoreFolder(const char* name);
+    ~DemoStoreFolder();
+    DemoStoreFolder(const DemoStoreFolder&) = delete;
+    DemoStoreFolder& operator=(const DemoStoreFolder&) = delete;
+
+    const std::filesystem::path& path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+    std::string m_previous;
+    bool m_hadPrevious;
+};
 
 }  // namespace kel::tool
 

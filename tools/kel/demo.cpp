@@ -3,6 +3,8 @@
 #include <kel/Kel.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <random>
 #include <string>
 
 #include "command.h"
@@ -19,6 +21,38 @@ void line(const std::string& text) {
 
 void line(const std::wstring& text) {
     line(std::string(KelString(text.c_str()).getStringA()));
+}
+
+namespace {
+
+void setVariable(const char* name, const std::string& value, bool set) {
+#if defined(_WIN32)
+    _putenv_s(name, set ? value.c_str() : "");
+#else
+    if (set)
+        ::setenv(name, value.c_str(), 1);
+    else
+        ::unsetenv(name);
+#endif
+}
+
+}  // namespace
+
+DemoStoreFolder::DemoStoreFolder(const char* name) {
+    const char* previous = std::getenv("KEL_REGISTRY_DIR");
+    m_hadPrevious = previous != nullptr;
+    if (m_hadPrevious)
+        m_previous = previous;
+    m_path = std::filesystem::temp_directory_path() /
+             ("kel-demo-" + std::string(name) + "-" + std::to_string(std::random_device()()));
+    std::filesystem::create_directories(m_path);
+    setVariable("KEL_REGISTRY_DIR", m_path.string(), true);
+}
+
+DemoStoreFolder::~DemoStoreFolder() {
+    setVariable("KEL_REGISTRY_DIR", m_previous, m_hadPrevious);
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 namespace {

@@ -4,10 +4,8 @@
 
 #include <kel/Kel.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 
 #include "command.h"
@@ -20,47 +18,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void setVariable(const char* name, const std::string& value, bool set) {
-#if defined(_WIN32)
-    _putenv_s(name, set ? value.c_str() : "");
-#else
-    if (set)
-        ::setenv(name, value.c_str(), 1);
-    else
-        ::unsetenv(name);
-#endif
-}
-
-// A temporary folder for the section's files and (where the store is made
-// of files) a configuration store of its own; both go afterwards.
+// A temporary folder for the section's files, which is also the
+// configuration store's folder where the store is made of files.
 class DemoFolder {
 public:
-    DemoFolder() {
-        const char* previous = std::getenv("KEL_REGISTRY_DIR");
-        m_hadPrevious = previous != nullptr;
-        if (m_hadPrevious)
-            m_previous = previous;
-        std::random_device random;
-        m_dir = fs::temp_directory_path() / ("kel-demo-datasources-" + std::to_string(random()));
-        fs::create_directories(m_dir / "registry");
-        setVariable("KEL_REGISTRY_DIR", (m_dir / "registry").string(), true);
-    }
-    ~DemoFolder() {
-        setVariable("KEL_REGISTRY_DIR", m_previous, m_hadPrevious);
-        std::error_code ignored;
-        fs::remove_all(m_dir, ignored);
-    }
-    DemoFolder(const DemoFolder&) = delete;
-    DemoFolder& operator=(const DemoFolder&) = delete;
+    DemoFolder() : m_folder("datasources") {}
 
     std::wstring path(const char* name) const {
-        return KelString((m_dir / name).string().c_str()).getStringW();
+        return KelString((m_folder.path() / name).string().c_str()).getStringW();
     }
 
 private:
-    fs::path m_dir;
-    std::string m_previous;
-    bool m_hadPrevious = false;
+    DemoStoreFolder m_folder;
 };
 
 std::wstring w(const KelString& text) {

@@ -3,9 +3,6 @@
 
 #include <kel/Kel.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <random>
 #include <string>
 
 #include "command.h"
@@ -15,53 +12,26 @@ namespace kel::tool {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-void setVariable(const char* name, const std::string& value, bool set) {
-#if defined(_WIN32)
-    _putenv_s(name, set ? value.c_str() : "");
-#else
-    if (set)
-        ::setenv(name, value.c_str(), 1);
-    else
-        ::unsetenv(name);
-#endif
-}
-
 // KEL_REGISTRY_DIR pointing at a folder of its own for the demonstration's
 // lifetime; the folder, the product identity and the key table are put back
 // afterwards.
 class DemoHive {
 public:
-    DemoHive() {
-        const char* previous = std::getenv("KEL_REGISTRY_DIR");
-        m_hadPrevious = previous != nullptr;
-        if (m_hadPrevious)
-            m_previous = previous;
-        std::random_device random;
-        m_dir = fs::temp_directory_path() / ("kel-demo-" + std::to_string(random()));
-        fs::create_directories(m_dir);
-        setVariable("KEL_REGISTRY_DIR", m_dir.string(), true);
-    }
+    DemoHive() : m_folder("environment") {}
     ~DemoHive() {
         KelProductDefines::setGXProductName(L"Gantrix");
         KelProductDefines::setGXRelease(L"2015.1");
         KelRegistry::setRegistryPathes();
         // Where the store is the system registry, the demonstration's keys go.
         detail::deleteTree(detail::Hive::User, L"Software\\Norvane\\Ferrix", 0);
-        setVariable("KEL_REGISTRY_DIR", m_previous, m_hadPrevious);
-        std::error_code ignored;
-        fs::remove_all(m_dir, ignored);
     }
     DemoHive(const DemoHive&) = delete;
     DemoHive& operator=(const DemoHive&) = delete;
 
-    std::string dir() const { return m_dir.string(); }
+    std::string dir() const { return m_folder.path().string(); }
 
 private:
-    fs::path m_dir;
-    std::string m_previous;
-    bool m_hadPrevious = false;
+    DemoStoreFolder m_folder;
 };
 
 std::wstring w(const KelString& text) {

@@ -5,10 +5,9 @@
 
 #include <kel/Kel.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <random>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -29,32 +28,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void setVariable(const char* name, const std::string& value, bool set) {
-#if defined(_WIN32)
-    _putenv_s(name, set ? value.c_str() : "");
-#else
-    if (set)
-        ::setenv(name, value.c_str(), 1);
-    else
-        ::unsetenv(name);
-#endif
-}
-
 // The tracer's settings under a release of the demonstration's own
 // ("...\Gantrix\KelDemo\Settings\ErrorTracer"), in a store of its own where
 // the store is a file (KEL_REGISTRY_DIR); the key, the folder and the
 // product's release are put back afterwards.
 class DemoSettings {
 public:
-    DemoSettings() : m_release(KelProductDefines::getGXRelease()) {
-        const char* previous = std::getenv("KEL_REGISTRY_DIR");
-        m_hadDirectory = previous != nullptr;
-        if (m_hadDirectory)
-            m_previousDirectory = previous;
-        m_directory = fs::temp_directory_path() /
-                      ("kel-demo-tracer-" + std::to_string(std::random_device()()));
-        fs::create_directories(m_directory);
-        setVariable("KEL_REGISTRY_DIR", m_directory.string(), true);
+    DemoSettings()
+        : m_release(KelProductDefines::getGXRelease()), m_folder(std::in_place, "tracer") {
         KelProductDefines::setGXRelease(L"KelDemo");
         KelRegistry::setRegistryPathes();
     }
@@ -62,9 +43,7 @@ public:
         detail::deleteTree(detail::Hive::User, L"Software\\Norvane\\Gantrix\\KelDemo", 0);
         KelProductDefines::setGXRelease(m_release.c_str());
         KelRegistry::setRegistryPathes();
-        setVariable("KEL_REGISTRY_DIR", m_previousDirectory, m_hadDirectory);
-        std::error_code ignored;
-        fs::remove_all(m_directory, ignored);
+        m_folder.reset();  // the user's own store again, for the tracer's settings
         KelErrorTracer::GetInstance()->Reinitialize();
     }
     DemoSettings(const DemoSettings&) = delete;
@@ -72,9 +51,7 @@ public:
 
 private:
     std::wstring m_release;
-    fs::path m_directory;
-    std::string m_previousDirectory;
-    bool m_hadDirectory = false;
+    std::optional<DemoStoreFolder> m_folder;
 };
 
 DEMO_NOINLINE void checkProfile() {
