@@ -8,16 +8,30 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh test
-
 jobs=$(nproc)
-# The time of each stage, printed at the end.
+# The time of each stage, printed at the end, also when a stage fails.
 stages=()
+total=$SECONDS
+current=""
+report() {
+    local status=$?
+    if ((status == 0)); then
+        echo "=== all tests passed"
+    else
+        echo "=== failed (exit code $status)"
+        [[ -n $current ]] && stages+=("$(printf '%-16s %5d s  failed' "$current" $((SECONDS - current_start)))")
+    fi
+    printf '%s\n' "${stages[@]}"
+    printf '%-16s %5d s\n' total $((SECONDS - total))
+}
+trap report EXIT
 # stage <name> <command>...: runs the command as one timed stage.
 stage() {
     local name=$1 start=$SECONDS
     shift
+    current=$name current_start=$start
     "$@"
+    current=""
     stages+=("$(printf '%-16s %5d s' "$name" $((SECONDS - start)))")
 }
 
@@ -39,7 +53,7 @@ run_preset() {
     bash scripts/list-skipped.sh "build/$preset"
 }
 
-total=$SECONDS
+stage packages bash scripts/deps.sh test
 stage default run_preset default
 # The HTML reference; any Doxygen warning (an undocumented declaration) fails it.
 stage docs cmake --build --preset default --target docs
@@ -50,6 +64,3 @@ stage tsan run_preset tsan
 stage mingw run_preset mingw bash scripts/windows-wine.sh run build/mingw
 stage package bash scripts/check-package.sh build/default
 stage fuzz bash scripts/fuzz.sh
-echo "=== all tests passed"
-printf '%s\n' "${stages[@]}"
-printf '%-16s %5d s\n' total $((SECONDS - total))
