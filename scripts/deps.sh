@@ -25,10 +25,13 @@ demo | test) ;;
 esac
 
 wanted=()
+declare -A listed=()  # several lists may name one package
 for list in packages/*.txt; do
     while read -r package tag _; do
         [[ -z "$package" || "$package" == \#* ]] && continue
         [[ $purpose == demo && $tag != demo ]] && continue
+        [[ -n ${listed[$package]:-} ]] && continue
+        listed[$package]=1
         wanted+=("$package")
     done <"$list"
 done
