@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (clang) and runs each one for a bounded time,
 # starting from its seeds in fuzz/corpus/<target>/. A crash, a leak, a
-# sanitizer report or a time-out stops the run with a nonzero exit.
+# sanitizer report or a time-out fails the run with a nonzero exit, after
+# the targets still running have ended.
 #
 #   scripts/fuzz.sh            15 seconds per target (the test command's smoke run)
 #   scripts/fuzz.sh 600        a longer search: 10 minutes per target
@@ -24,8 +25,11 @@ if ! { cmake --preset fuzz && cmake --build --preset fuzz -j "$(nproc)"; } >"$lo
 fi
 list=build/fuzz/fuzzers.txt
 grep -q . "$list" || { echo "=== fuzz: no targets yet"; exit 0; }
-while read -r target; do
-    [[ -z "$target" ]] && continue
+# One target per core at a time: each still gets its whole time on a core
+# of its own, and the smoke run takes a fraction of the wall-clock time.
+# fuzz_one <target>: runs it; its summary line goes to build/fuzz/<target>.result.
+fuzz_one() {
+    local target=$1 corpus seeds output runs
     corpus=$(mktemp -d)
     seeds="fuzz/corpus/$target"
     [[ -d $seeds ]] && cp -r "$seeds"/. "$corpus"/
@@ -33,11 +37,33 @@ while read -r target; do
     # -timeout: one input running longer than 10 s counts as a hang.
     if ! (cd "$corpus" && "$OLDPWD/build/fuzz/fuzz/$target" -max_total_time="$seconds" \
         -timeout=10 -max_len=4096 -print_final_stats=1 "$corpus") >"$output" 2>&1; then
-        tail -n 60 "$output"
-        echo "=== fuzz: $target failed (whole output in $output)" >&2
-        exit 1
+        rm -rf "$corpus"
+        return 1
     fi
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$output")
-    echo "=== fuzz: $target: ${runs:-?} inputs in $seconds s, no failure"
+    echo "=== fuzz: $target: ${runs:-?} inputs in $seconds s, no failure" >"build/fuzz/$target.result"
     rm -rf "$corpus"
-done <"$list"
+}
+
+mapfile -t targets < <(grep . "$list")
+declare -A running=()  # process id -> target
+failed=""
+for target in "${targets[@]}" ""; do
+    # Wait for a free core (and, after the last target, for all of them).
+    while ((${#running[@]} > 0)) && { [[ -z $target ]] || ((${#running[@]} >= $(nproc))); }; do
+        wait -n -p done_pid || failed="$failed ${running[$done_pid]}"
+        unset "running[$done_pid]"
+    done
+    [[ -z $target ]] && break
+    rm -f "build/fuzz/$target.result"
+    fuzz_one "$target" &
+    running[$!]=$target
+done
+for target in "${targets[@]}"; do
+    [[ -f build/fuzz/$target.result ]] && cat "build/fuzz/$target.result"
+done
+for target in $failed; do
+    tail -n 60 "build/fuzz/$target.log"
+    echo "=== fuzz: $target failed (whole output in build/fuzz/$target.log)" >&2
+done
+[[ -z $failed ]]
