@@ -671,10 +671,15 @@ private:
             file->m_busySince = now;
         if (now - file->m_busySince > file->m_busyLimit)
             return 0;
+        pauseBeforeRetry(attempt);
+        return 1;
+    }
+
+    // The pause before the next attempt to lock the file.
+    static void pauseBeforeRetry(int attempt) {
         std::this_thread::sleep_for(std::chrono::microseconds(attempt < 20    ? 100
                                                               : attempt < 200 ? 500
                                                                               : 2000));
-        return 1;
     }
 
     void closeConnection() {
@@ -686,20 +691,24 @@ private:
         m_db = nullptr;
     }
 
-    // One integer from a statement; the result code of the attempt.
-    int readInteger(const char* sql, long long& value) {
+    // The first `count` integers of a statement's first row; the result
+    // code of the attempt.
+    int readIntegers(const char* sql, long long* values, int count) {
         sqlite3_stmt* statement = nullptr;
         int rc = sqlite3_prepare_v2(m_db, sql, -1, &statement, nullptr);
         if (rc == SQLITE_OK) {
             rc = sqlite3_step(statement);
             if (rc == SQLITE_ROW) {
-                value = sqlite3_column_int64(statement, 0);
+                for (int i = 0; i < count; ++i)
+                    values[i] = sqlite3_column_int64(statement, i);
                 rc = SQLITE_OK;
             }
         }
         sqlite3_finalize(statement);
         return rc;
     }
+
+    int readInteger(const char* sql, long long& value) { return readIntegers(sql, &value, 1); }
 
     // SQLite's quick check of every page: "ok" as the only row.
     int checkPages() {
@@ -723,15 +732,19 @@ private:
     // page by page. Reads only: a foreign or damaged file is never written
     // to.
     unsigned long inspect(bool checkAllPages) {
-        long long applicationId = 0;
-        long long version = 0;
-        long long objects = 0;
+        // One statement, so that the three facts come from one state of the
+        // file: another process may be creating the hive meanwhile, and
+        // separate reads could see the file half before and half after.
+        long long header[3] = {0, 0, 0};
         long long walMode = 0;
-        int rc = readInteger("PRAGMA application_id", applicationId);
-        if (rc == SQLITE_OK)
-            rc = readInteger("PRAGMA user_version", version);
-        if (rc == SQLITE_OK)
-            rc = readInteger("SELECT count(*) FROM sqlite_master", objects);
+        int rc = readIntegers(
+            "SELECT (SELECT application_id FROM pragma_application_id),"
+            " (SELECT user_version FROM pragma_user_version),"
+            " (SELECT count(*) FROM sqlite_master)",
+            header, 3);
+        const long long applicationId = header[0];
+        const long long version = header[1];
+        const long long objects = header[2];
         m_fresh = rc == SQLITE_OK && applicationId == 0 && version == 0 && objects == 0;
         if (rc == SQLITE_OK && !m_fresh &&
             (applicationId != kApplicationId || version != kSchemaVersion))
@@ -767,7 +780,21 @@ private:
     unsigned long useWriteAheadLog() {
         if (m_walMode)
             return kErrorSuccess;
-        const unsigned long status = exec("PRAGMA journal_mode=WAL");
+        // Processes switching a new file at the same time each hold the
+        // read lock that the others wait for; SQLite breaks that deadlock by
+        // failing all but one at once, without their busy handlers. A
+        // failed switch holds no lock, so it waits as the busy handler would
+        // and tries again; once another process has switched the file, the
+        // switch finds it done.
+        const auto giveUp = std::chrono::steady_clock::now() + m_busyLimit;
+        int rc = SQLITE_OK;
+        for (int attempt = 0;; ++attempt) {
+            rc = sqlite3_exec(m_db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+            if ((rc & 0xFF) != SQLITE_BUSY || std::chrono::steady_clock::now() > giveUp)
+                break;
+            pauseBeforeRetry(attempt);
+        }
+        const unsigned long status = rc == SQLITE_OK ? kErrorSuccess : failure(rc);
         long long walMode = 0;
         if (status == kErrorSuccess &&
             readInteger("SELECT journal_mode = 'wal' FROM pragma_journal_mode", walMode) ==

@@ -523,6 +523,30 @@ TEST(HiveProcesses, FourWritersAndAReaderLoseNothingAndLeaveEverythingInTheHiveF
         EXPECT_EQ(readUserText(kKey, L"w3-" + std::to_wstring(i)), L"value-" + std::to_wstring(i));
 }
 
+// Several processes whose first write meets a new file at the same moment
+// all switch it to the write-ahead log together; none may fail for the
+// locks the others hold meanwhile. Many rounds, as the moment is short.
+TEST(HiveProcesses, ProcessesSwitchingANewHiveAtOnceAllWrite) {
+    constexpr int kRounds = 25;
+    constexpr int kProcesses = 6;
+    for (int round = 0; round < kRounds; ++round) {
+        const std::string dir = kel::test::tempDir() + "/round" + std::to_string(round);
+        fs::create_directories(dir);
+        std::vector<Child> children;
+        for (int p = 0; p < kProcesses; ++p)
+            children.push_back(spawnWriter(dir, "p" + std::to_string(p) + "-", 1));
+        for (Child& child : children) {
+            ASSERT_GT(child.pid, 0);
+            const Finished done = finish(child);
+            EXPECT_TRUE(done.exitedWith(0)) << "round " << round << ", status " << done.status;
+        }
+        kel::test::setEnv("KEL_REGISTRY_DIR", dir.c_str());
+        for (int p = 0; p < kProcesses; ++p)
+            EXPECT_EQ(readUserText(kKey, L"p" + std::to_wstring(p) + L"-0"), L"value-0")
+                << "round " << round;
+    }
+}
+
 TEST(HiveProcesses, WriterKilledMidLoopLosesNoCommittedValue) {
     std::mt19937 random(20240611);
     for (int round = 0; round < 20; ++round) {
