@@ -17,6 +17,7 @@
 
 #include "environment/hive_store.h"
 #include "support/isolation.h"
+#include "tracer_test_support.h"
 
 #if defined(_WIN32)
 // clang-format off
@@ -29,68 +30,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using kel::test::contents;
+using kel::test::documents;
+using kel::test::missingLibrary;
+using kel::test::removeReports;
+using kel::test::removeSettings;
+using kel::test::reports;
+using kel::test::setValue;
+
 std::vector<std::wstring> g_boxes;
 
 int recordBox(HWND, const wchar_t* text, const wchar_t*, unsigned int, void*) {
     g_boxes.push_back(text);
     return IDOK;
-}
-
-fs::path documents() {
-#if defined(_WIN32)
-    wchar_t buffer[MAX_PATH] = {};
-    ::SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, SHGFP_TYPE_CURRENT, buffer);
-    return fs::path(buffer);
-#else
-    return fs::path(kel::test::tempDir()) / "home" / "Documents";
-#endif
-}
-
-std::vector<fs::path> reports() {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator it(documents(), error), end; !error && it != end;
-         it.increment(error)) {
-        if (it->path().filename().string().rfind("KelErrorTracer - ", 0) == 0)
-            found.push_back(it->path());
-    }
-    return found;
-}
-
-void removeReports() {
-    std::error_code ignored;
-    for (const fs::path& report : reports())
-        fs::remove(report, ignored);
-}
-
-std::string contents(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::string plain;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n'))
-            plain += text[i];
-    }
-    return plain;
-}
-
-void removeSettings() {
-    kel::detail::deleteTree(kel::detail::Hive::User,
-                            KelRegistry::getRegPathErrorTracer().getStringW(), 0);
-}
-
-void setText(const wchar_t* name, const std::wstring& value) {
-    ASSERT_EQ(KelRegistry::setRegValueCurrentUser(KelRegistry::getRegPathErrorTracer(), name,
-                                                  KelString(value.c_str())),
-              1);
-}
-
-std::wstring missingLibrary() {
-#if defined(_WIN32)
-    return L"C:\\kel-missing\\DbgHelp.dll";
-#else
-    return L"/kel-missing/libdw.so.1";
-#endif
 }
 
 TEST(ErrorTracerWithoutLibrary, ErrorsAreKeptWithEmptyStackTexts) {
@@ -105,8 +57,8 @@ TEST(ErrorTracerWithoutLibrary, ErrorsAreKeptWithEmptyStackTexts) {
     ASSERT_EQ(KelRegistry::setRegValueCurrentUser(KelRegistry::getRegPathErrorTracer(),
                                                   L"EnableErrorTracer", 1),
               1);
-    setText(L"DbgHelpFullPath", missingLibrary());
-    setText(L"SymbolPaths", L"D:\\Symbols");
+    setValue(L"DbgHelpFullPath", missingLibrary());
+    setValue(L"SymbolPaths", L"D:\\Symbols");
     // Nothing was read while the library loaded: the first call that needs
     // the settings reads them.
     ASSERT_TRUE(tracer->IsTraceEnabled());
@@ -128,8 +80,8 @@ TEST(ErrorTracerWithoutLibrary, ErrorsAreKeptWithEmptyStackTexts) {
 
     // The library that works, read by Reinitialize, reaches the tracer but
     // not the walker, which keeps the path it was created with.
-    setText(L"DbgHelpFullPath", KelStackWalker::defaultLibraryPath());
-    setText(L"SymbolPaths", L"C:\\;");
+    setValue(L"DbgHelpFullPath", KelStackWalker::defaultLibraryPath());
+    setValue(L"SymbolPaths", L"C:\\;");
     tracer->Reinitialize();
     EXPECT_STREQ(tracer->getDbgHelpPath().getStringW(), KelStackWalker::defaultLibraryPath());
     kelSetLastError(0);

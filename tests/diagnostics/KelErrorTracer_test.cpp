@@ -18,6 +18,7 @@
 
 #include "environment/hive_store.h"
 #include "support/isolation.h"
+#include "tracer_test_support.h"
 
 #if defined(_WIN32)
 // clang-format off
@@ -63,6 +64,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using kel::test::contents;
+using kel::test::documents;
+using kel::test::missingLibrary;
+using kel::test::removeReports;
+using kel::test::removeSettings;
+using kel::test::reports;
+using kel::test::setValue;
+
 struct Shown {
     HWND owner;
     std::wstring text;
@@ -82,47 +91,6 @@ std::wstring messageHead(int count) {
     return L"The last command has caused " + std::to_wstring(count) +
            L" errors.\nFor more detailed informations please see the KelErrorTracer file from "
            L"'My Documents' folder.\n\nErrors:\n";
-}
-
-// Where the reports go: the shell's personal folder on Windows, the test
-// home's Documents folder (made by the test) elsewhere.
-fs::path documents() {
-#if defined(_WIN32)
-    wchar_t buffer[MAX_PATH] = {};
-    ::SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, SHGFP_TYPE_CURRENT, buffer);
-    return fs::path(buffer);
-#else
-    return fs::path(kel::test::tempDir()) / "home" / "Documents";
-#endif
-}
-
-std::vector<fs::path> reports() {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator it(documents(), error), end; !error && it != end;
-         it.increment(error)) {
-        if (it->path().filename().string().rfind("KelErrorTracer - ", 0) == 0)
-            found.push_back(it->path());
-    }
-    return found;
-}
-
-void removeReports() {
-    std::error_code ignored;
-    for (const fs::path& report : reports())
-        fs::remove(report, ignored);
-}
-
-// A file's text, with Windows' text-mode line ends turned back into "\n".
-std::string contents(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::string plain;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n'))
-            plain += text[i];
-    }
-    return plain;
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -165,25 +133,6 @@ std::string narrow(const KelString& text) {
     return text.getStringA();
 }
 
-void setValue(const wchar_t* name, int value) {
-    ASSERT_EQ(
-        KelRegistry::setRegValueCurrentUser(KelRegistry::getRegPathErrorTracer(), name, value), 1);
-}
-
-void setValue(const wchar_t* name, const wchar_t* value) {
-    ASSERT_EQ(KelRegistry::setRegValueCurrentUser(KelRegistry::getRegPathErrorTracer(), name,
-                                                  KelString(value)),
-              1);
-}
-
-std::wstring missingLibrary() {
-#if defined(_WIN32)
-    return L"C:\\kel-missing\\DbgHelp.dll";
-#else
-    return L"/kel-missing/libdw.so.1";
-#endif
-}
-
 class ErrorTracer : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -201,12 +150,6 @@ protected:
         removeReports();
         removeSettings();
         g_tracer->Reinitialize();
-    }
-    // On Windows the settings live in the system registry, shared by the
-    // tests (which take turns); elsewhere each test has its own hive.
-    static void removeSettings() {
-        kel::detail::deleteTree(kel::detail::Hive::User,
-                                KelRegistry::getRegPathErrorTracer().getStringW(), 0);
     }
     void enable() {
         setValue(L"EnableErrorTracer", 1);

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "support/system.h"
+
 namespace kel::test {
 
 std::string readFile(const std::filesystem::path& path);
@@ -29,9 +31,6 @@ std::filesystem::path inTestDir(const std::string& name);
 // before a test starts (home, config, ...).
 std::set<std::string> testDirEntries();
 std::set<std::string> isolationEntries();
-
-// Wide text as UTF-8 (UTF-16 on Windows, UTF-32 elsewhere).
-std::string utf8(const std::wstring& text);
 
 // The sample PE files (tests/diagnostics/data), copied beside the test
 // programs by the build.

@@ -60,9 +60,11 @@ endif()
 # The second one is a process of its own: its first error meets a library
 # that cannot be loaded, and the walker is created once per process.
 kel_add_tracer_test(KelErrorTracer_test INTERNAL
-    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_test.cpp)
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_test.cpp
+        ${CMAKE_CURRENT_LIST_DIR}/tracer_test_support.cpp)
 kel_add_tracer_test(KelErrorTracer_nolibrary_test INTERNAL
-    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_nolibrary_test.cpp)
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_nolibrary_test.cpp
+        ${CMAKE_CURRENT_LIST_DIR}/tracer_test_support.cpp)
 kel_add_tracer_test(KelErrorTracer_OrbisException_test
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/KelErrorTracer_OrbisException_test.cpp)
 if(WIN32)

@@ -32,6 +32,8 @@
 #include <string>
 #include <vector>
 
+#include "support/system.h"
+
 namespace kel::test {
 
 constexpr wchar_t kDefaultDriver[] = L"Microsoft Access Driver (*.mdb, *.accdb)";
@@ -80,9 +82,6 @@ std::wstring driverPath(const std::wstring& path);
 // (the SQLite driver takes its file from "Database=" only).
 std::wstring dbqConnection(const std::wstring& driver, const std::wstring& file);
 std::wstring sqliteConnection(const std::wstring& database);
-
-// UTF-8 of wide text, for file contents.
-std::string utf8(const std::wstring& text);
 
 // One "<DataSource .../>" element with the attributes in the order Name,
 // Platform, Value.

@@ -38,6 +38,11 @@ bool runningUnderWine();
 //       GTEST_SKIP() << kel::test::kNoNarrowSample << kelGetNarrowCodePage();
 bool narrowSample(unsigned int codePage, const std::wstring& text, std::string& narrow);
 
+// Wide text (UTF-16 on Windows, UTF-32 elsewhere) as UTF-8, encoded here
+// rather than by the library under test: for file contents and expected
+// values.
+std::string utf8(const std::wstring& text);
+
 constexpr char kNoNarrowSample[] =
     "expected narrow text is written for the code pages 65001 and 1252; this system's is ";
 
