@@ -82,9 +82,17 @@ wineserver=$(dirname "$wine")/wineserver
 case $action in
 start)
     mkdir -p "$WINEPREFIX"
+    # A server left running for this prefix (a "start" without its "stop")
+    # goes first: its desktop may be on a display that is gone.
+    "$wineserver" -k </dev/null >/dev/null 2>&1 || true
+    "$wineserver" -w </dev/null >/dev/null 2>&1 || true
     stop_display
     start_display
-    "$wineserver" -p </dev/null >/dev/null 2>&1
+    if ! "$wineserver" -p </dev/null >/dev/null 2>&1; then
+        echo "windows-wine.sh: the wine server for $WINEPREFIX did not start" >&2
+        stop_display
+        exit 1
+    fi
     log="$build/wineboot.log"
     # Creating a prefix takes seconds; a stuck one must not hold up CI.
     if ! timeout 600 "$wine" wineboot --init </dev/null >/dev/null 2>"$log"; then

@@ -43,11 +43,14 @@ set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 # scripts/windows-wine.sh creates the prefix and keeps a wine server running
 # for it while the tests run. wine64 is called directly where it exists: the
 # "wine" launcher of a 64-bit-only installation only adds a warning about
-# the missing 32-bit half.
+# the missing 32-bit half. cmake/wine-run.sh starts the program, says how a
+# failing one ended, and starts once more a program that Wine could not.
 find_program(KEL_WINE NAMES wine64 wine PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH)
 set(KEL_WINEPREFIX "${CMAKE_BINARY_DIR}/wineprefix" CACHE PATH "Wine prefix of the tests")
+get_filename_component(_kel_wine_run "${CMAKE_CURRENT_LIST_DIR}/../wine-run.sh" ABSOLUTE)
 if(KEL_WINE)
     set(CMAKE_CROSSCOMPILING_EMULATOR
         ${CMAKE_COMMAND} -E env WINEPREFIX=${KEL_WINEPREFIX} WINEDEBUG=-all
-        WINEDLLOVERRIDES=mscoree,mshtml= LC_ALL=C.UTF-8 ${KEL_WINE})
+        WINEDLLOVERRIDES=mscoree,mshtml= LC_ALL=C.UTF-8
+        bash ${_kel_wine_run} ${KEL_WINE})
 endif()
