@@ -100,11 +100,13 @@ bool underWine() {
 #endif
 }
 
+#if defined(_WIN32)
 std::string lowerCase(std::string text) {
     for (char& c : text)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return text;
 }
+#endif
 
 std::string baseName(const std::string& path) {
     const size_t slash = path.find_last_of("/\\");
