@@ -165,12 +165,17 @@ private:
 /// Inline, so that an integer already buffered costs its caller no call:
 /// hosts read values by the million.
 inline int KelNamedPipe::read(int& value) {
-    const unsigned char* const at = m_cursor;
-    const uint32_t consumed = m_consumed;
-    if (at == nullptr || consumed > m_valid || m_valid - consumed < 4)
-        return fetchAndRead(value);
-    m_cursor += 4;
-    m_consumed = consumed + 4;
+    // The slow path only fetches, and the test is on the read position
+    // alone: `value` and the counters can stay in registers in a caller's
+    // loop.
+    unsigned char* at = m_cursor;
+    if (at == nullptr || m_buffer + m_valid - at < 4) {
+        if (!fetch(4))
+            return 0;
+        at = m_cursor;
+    }
+    m_cursor = at + 4;
+    m_consumed += 4;
     value = littleEndian32(at);
     return 1;
 }
