@@ -151,10 +151,8 @@ private:
         return static_cast<int32_t>(uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 |
                                     uint32_t{bytes[2]} << 16 | uint32_t{bytes[3]} << 24);
     }
-    /// read(int&) once the integer is not buffered: fetches it, then reads.
-    int fetchAndRead(int& value);
     /// Makes `count` unread bytes buffered, or fails (299 when the one read
-    /// brought fewer).
+    /// brought fewer). The inline read(int&) calls it, so it is exported.
     bool fetch(uint32_t count);
     /// Moves the read position on by `count` bytes.
     void advance(uint32_t count);

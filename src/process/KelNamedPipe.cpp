@@ -93,10 +93,6 @@ int KelNamedPipe::isOpened() {
     return m_handle != kel::detail::kInvalidPipeHandle ? 1 : 0;
 }
 
-int KelNamedPipe::fetchAndRead(int& value) {
-    return fetch(kIntegerSize) ? read(value) : 0;
-}
-
 int KelNamedPipe::read(KelString& text) {
     if (!buffered(kIntegerSize) && !fetch(kIntegerSize))
         return 0;
