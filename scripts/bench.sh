@@ -107,6 +107,9 @@ def shown(ns):
 rows = []
 for path in sorted(glob.glob(os.path.join(results, "*.json"))):
     program = os.path.basename(path)[len("kel_bench_"):-len(".json")]
+    # A program none of whose benchmarks matched --filter leaves the file empty.
+    if os.path.getsize(path) == 0:
+        continue
     with open(path) as f:
         data = json.load(f)
     medians = {}
