@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "support/isolation.h"
+#include "tracer_test_support.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -78,6 +79,7 @@ TEST_NOINLINE int walkFromCallback(void* walker) {
 namespace {
 
 using Entry = KelStackWalker::CallstackEntry;
+using kel::test::missingLibrary;
 
 std::vector<std::string> linesOf(const KelString& text) {
     std::vector<std::string> lines;
@@ -148,14 +150,6 @@ std::string fn(const char* name, const char* parameters) {
 
 std::string frameLine(const std::string& function, int line) {
     return thisFile() + " (" + std::to_string(line) + "): " + function;
-}
-
-std::wstring missingLibrary() {
-#if defined(_WIN32)
-    return L"C:\\kel-missing\\DbgHelp.dll";
-#else
-    return L"/kel-missing/libdw.so.1";
-#endif
 }
 
 // A library that loads but lacks the debug-help functions.

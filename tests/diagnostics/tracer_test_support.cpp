@@ -75,12 +75,4 @@ void setValue(const wchar_t* name, const std::wstring& value) {
               1);
 }
 
-std::wstring missingLibrary() {
-#if defined(_WIN32)
-    return L"C:\\kel-missing\\DbgHelp.dll";
-#else
-    return L"/kel-missing/libdw.so.1";
-#endif
-}
-
 }  // namespace kel::test

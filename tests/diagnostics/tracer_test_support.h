@@ -30,8 +30,15 @@ void removeSettings();
 void setValue(const wchar_t* name, int value);
 void setValue(const wchar_t* name, const std::wstring& value);
 
-// A debug-help library path that does not exist.
-std::wstring missingLibrary();
+// A debug-help library path that does not exist. Inline: the walker's
+// tests use it without the rest of this support.
+inline std::wstring missingLibrary() {
+#if defined(_WIN32)
+    return L"C:\\kel-missing\\DbgHelp.dll";
+#else
+    return L"/kel-missing/libdw.so.1";
+#endif
+}
 
 }  // namespace kel::test
 
