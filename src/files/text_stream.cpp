@@ -16,10 +16,12 @@
 #include <mutex>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
 #include "files/text_stream_system.h"
 #include "platform/code_page.h"
 #include "platform/invalid_parameter.h"
+#include "platform/per_thread.h"
 #include "platform/utf.h"
 
 namespace kel::detail {
@@ -445,11 +447,14 @@ struct LastRead {
     std::string presented;  // set when the character came from `pending`
 };
 
-thread_local LastRead t_lastRead;
+LastRead& lastRead() {
+    return perThread<LastRead>();
+}
 
 void forgetLastRead(std::FILE* stream) {
-    if (t_lastRead.stream == stream)
-        t_lastRead = LastRead();
+    LastRead& last = lastRead();
+    if (last.stream == stream)
+        last = LastRead();
 }
 
 // ----- narrow lines --------------------------------------------------------------------
@@ -602,13 +607,12 @@ bool readWideChar(std::FILE* stream, wchar_t& c) {
         }
     }
     last.c = c;
-    t_lastRead = last;
+    lastRead() = last;
     return true;
 }
 
 void unreadWideChar(std::FILE* stream, wchar_t c) {
-    const LastRead last = t_lastRead;
-    t_lastRead = LastRead();
+    const LastRead last = std::exchange(lastRead(), LastRead());
     if (stream == nullptr || last.stream != stream || last.c != c)
         return;
     StreamState* state = stateOf(stream);

@@ -3,12 +3,16 @@
 #include <utility>
 
 #include "platform/last_error.h"
+#include "platform/per_thread.h"
 
 namespace kel::detail {
 
 namespace {
 
-thread_local std::string t_reason;
+// The calling thread's reason for its last failure.
+std::string& threadReason() {
+    return perThread<std::string, struct ZipFailureReason>();
+}
 
 const char* systemReason(unsigned long code) {
     switch (code) {
@@ -32,11 +36,11 @@ const char* systemReason(unsigned long code) {
 }  // namespace
 
 const std::string& zipFailure() {
-    return t_reason;
+    return threadReason();
 }
 
 bool failWith(std::string reason) {
-    t_reason = std::move(reason);
+    threadReason() = std::move(reason);
     return false;
 }
 
@@ -48,7 +52,7 @@ bool failWithSystemError(const std::string& what) {
 }
 
 void clearZipFailure() {
-    t_reason.clear();
+    threadReason().clear();
 }
 
 }  // namespace kel::detail

@@ -20,6 +20,7 @@
 #include "numbering/regex_cache.h"
 #include "numbering/regex_engine.h"
 #include "platform/debug_output.h"
+#include "platform/per_thread.h"
 
 namespace {
 
@@ -55,8 +56,7 @@ enum class Stage { kCompiling, kMatching };
 // The calling thread's list of groups, reused from match to match (a
 // match does not call back into the library, so one list per thread does).
 KEL_REGEX_NOINLINE std::vector<TextSpan>& threadGroups() {
-    thread_local std::vector<TextSpan> groups;
-    return groups;
+    return kel::detail::perThread<std::vector<TextSpan>>();
 }
 
 struct Job {

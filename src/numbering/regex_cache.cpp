@@ -3,6 +3,8 @@
 #include <functional>
 #include <utility>
 
+#include "platform/per_thread.h"
+
 namespace kel::detail {
 
 namespace {
@@ -13,8 +15,7 @@ size_t hashOf(std::wstring_view pattern) {
 
 // The compiled form the calling thread found last, kept alive for it.
 KEL_REGEX_NOINLINE std::shared_ptr<const CompiledRegex>& threadLastFound() {
-    thread_local std::shared_ptr<const CompiledRegex> last;
-    return last;
+    return perThread<std::shared_ptr<const CompiledRegex>>();
 }
 
 }  // namespace

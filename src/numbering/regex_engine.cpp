@@ -18,6 +18,8 @@
 #include <intrin.h>
 #endif
 
+#include "platform/per_thread.h"
+
 namespace kel::detail {
 
 namespace xp = boost::xpressive;
@@ -226,8 +228,7 @@ using MatchResults = xp::match_results<BudgetedIterator>;
 // and allocating and filling those afresh took a third of a short match.
 // The engine starts every match by resetting them.
 KEL_REGEX_NOINLINE MatchResults& threadResults() {
-    thread_local MatchResults results;
-    return results;
+    return perThread<MatchResults>();
 }
 
 // Xpressive takes \1 to \9 for backreferences even when the pattern has
